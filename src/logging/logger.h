@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string_view>
+
+namespace ostrel {
+
+// The program's log: every message goes at once to the system log under its category, and,
+// when it passes the threshold stored under the preferences key "logLevel" (warning when
+// absent), to the log file in batches written on the logger's own queue.
+class Logger {
+public:
+    enum class Level { debug, info, warning, error, fault };
+    enum class Category { general, collection, storage, network, ui };
+
+    static void debug(std::string_view message, Category category);
+    static void info(std::string_view message, Category category);
+    static void warning(std::string_view message, Category category);
+    static void error(std::string_view message, Category category);
+    // "message: description", for a failure that comes with an error of its own.
+    static void error(std::string_view message, std::string_view errorDescription,
+                      Category category);
+
+    // Creates the log file if there is none. Called once at launch.
+    static void initializeLogFile();
+    // Writes what waits in the buffer and closes the file; the caller waits. Called last at
+    // termination. The logger stays usable afterwards.
+    static void flush();
+};
+
+}  // namespace ostrel

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/clock.h"
+
+namespace ostrel {
+
+using Task = std::function<void()>;
+
+// A serial queue: tasks run one at a time, in the order they were posted.
+class SerialQueue {
+public:
+    virtual ~SerialQueue() = default;
+    virtual void async(Task task) = 0;
+    virtual const std::string& label() const = 0;
+};
+
+// A scheduled handler. Cancelling is final; destroying a timer cancels it. A handler already
+// running finishes, but no further firing starts after cancel() returns.
+class Timer {
+public:
+    virtual ~Timer() = default;
+    virtual void cancel() = 0;
+};
+
+struct TimerSchedule {
+    Duration firstDeadline;          // from now
+    std::optional<Duration> period;  // absent: fires once
+    Duration leeway{0};              // how late a firing may be, to let the system batch wake-ups
+};
+
+// Every queue, timer and background task of the program comes from here, and so does "now":
+// production runs real threads, tests run everything on virtual time.
+class Dispatcher {
+public:
+    virtual ~Dispatcher() = default;
+
+    // The queue of published state and of the user interface.
+    virtual SerialQueue& mainQueue() = 0;
+    virtual std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) = 0;
+    // The handler fires on `queue`, which must outlive the timer.
+    virtual std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
+                                             Task handler) = 0;
+    // Work with no queue of its own (an upload, a file load); it may run in parallel with others.
+    virtual void detach(Task task) = 0;
+    virtual const Clock& clock() const = 0;
+};
+
+}  // namespace ostrel

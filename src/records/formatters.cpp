@@ -1,0 +1,186 @@
+#include "records/formatters.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <ctime>
+
+namespace ostrel {
+namespace {
+
+using namespace std::chrono;
+
+struct Fields {
+    int year, month, day, hour, minute, second, millisecond;
+    long offsetSeconds;
+};
+
+// Floor division so that dates before 1970 split into seconds and milliseconds correctly.
+std::pair<time_t, int> splitMilliseconds(Date date) {
+    const auto ms = duration_cast<milliseconds>(date.time_since_epoch()).count();
+    time_t seconds = static_cast<time_t>(ms / 1000);
+    int fraction = static_cast<int>(ms % 1000);
+    if (fraction < 0) {
+        fraction += 1000;
+        --seconds;
+    }
+    return {seconds, fraction};
+}
+
+Fields fieldsOf(Date date, bool local) {
+    const auto [seconds, fraction] = splitMilliseconds(date);
+    std::tm tm{};
+    if (local) {
+        localtime_r(&seconds, &tm);
+    } else {
+        gmtime_r(&seconds, &tm);
+    }
+    return {tm.tm_year + 1900, tm.tm_mon + 1,  tm.tm_mday, tm.tm_hour,
+            tm.tm_min,         tm.tm_sec,      fraction,   local ? tm.tm_gmtoff : 0};
+}
+
+std::string zoneSuffix(long offsetSeconds) {
+    if (offsetSeconds == 0) return "Z";
+    const char sign = offsetSeconds < 0 ? '-' : '+';
+    const long magnitude = std::labs(offsetSeconds) / 60;
+    return fmt::format("{}{:02}:{:02}", sign, magnitude / 60, magnitude % 60);
+}
+
+std::string dateTime(const Fields& f) {
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", f.year, f.month, f.day, f.hour,
+                       f.minute, f.second);
+}
+
+// Days since 1970-01-01 of a proleptic Gregorian date (Howard Hinnant's days_from_civil).
+int64_t daysFromCivil(int64_t y, unsigned m, unsigned d) {
+    y -= m <= 2;
+    const int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const auto yoe = static_cast<unsigned>(y - era * 400);
+    const unsigned doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
+    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + static_cast<int64_t>(doe) - 719468;
+}
+
+class Scanner {
+public:
+    explicit Scanner(std::string_view text) : text_(text) {}
+
+    bool digits(size_t count, int& out) {
+        if (position_ + count > text_.size()) return false;
+        int value = 0;
+        for (size_t i = 0; i < count; ++i) {
+            const char c = text_[position_ + i];
+            if (c < '0' || c > '9') return false;
+            value = value * 10 + (c - '0');
+        }
+        position_ += count;
+        out = value;
+        return true;
+    }
+    bool literal(char expected) {
+        if (position_ >= text_.size() || text_[position_] != expected) return false;
+        ++position_;
+        return true;
+    }
+    bool peek(char expected) const {
+        return position_ < text_.size() && text_[position_] == expected;
+    }
+    bool atEnd() const { return position_ == text_.size(); }
+
+private:
+    std::string_view text_;
+    size_t position_ = 0;
+};
+
+std::optional<Date> parseInternetDateTime(std::string_view text, bool fractional) {
+    Scanner scan(text);
+    int year, month, day, hour, minute, second;
+    if (!(scan.digits(4, year) && scan.literal('-') && scan.digits(2, month) &&
+          scan.literal('-') && scan.digits(2, day) && (scan.literal('T') || scan.literal('t')) &&
+          scan.digits(2, hour) && scan.literal(':') && scan.digits(2, minute) &&
+          scan.literal(':') && scan.digits(2, second))) {
+        return std::nullopt;
+    }
+    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 ||
+        second > 60) {
+        return std::nullopt;
+    }
+    nanoseconds fraction{0};
+    if (fractional) {
+        if (!scan.literal('.')) return std::nullopt;
+        int digit, count = 0;
+        int64_t scale = 100'000'000;
+        while (scan.digits(1, digit)) {
+            fraction += nanoseconds(digit * scale);
+            scale /= 10;
+            ++count;
+        }
+        if (count == 0) return std::nullopt;
+    } else if (scan.peek('.')) {
+        return std::nullopt;
+    }
+    int64_t offsetSeconds = 0;
+    if (!(scan.literal('Z') || scan.literal('z'))) {
+        const bool negative = scan.peek('-');
+        if (!(scan.literal('+') || scan.literal('-'))) return std::nullopt;
+        int offsetHours, offsetMinutes;
+        if (!scan.digits(2, offsetHours)) return std::nullopt;
+        scan.literal(':');
+        if (!scan.digits(2, offsetMinutes) || offsetHours > 23 || offsetMinutes > 59) {
+            return std::nullopt;
+        }
+        offsetSeconds = (offsetHours * 3600 + offsetMinutes * 60) * (negative ? -1 : 1);
+    }
+    if (!scan.atEnd()) return std::nullopt;
+    const int64_t epochSeconds = daysFromCivil(year, month, day) * 86400 + hour * 3600 +
+                                 minute * 60 + second - offsetSeconds;
+    return Date(duration_cast<Date::duration>(seconds(epochSeconds) + fraction));
+}
+
+}  // namespace
+
+namespace Formatters {
+
+std::string localIso8601WithOffset(Date date) {
+    const Fields f = fieldsOf(date, true);
+    return fmt::format("{}.{:03}{}", dateTime(f), f.millisecond, zoneSuffix(f.offsetSeconds));
+}
+
+std::string iso8601WithFractionalSeconds(Date date) {
+    const Fields f = fieldsOf(date, false);
+    return fmt::format("{}.{:03}Z", dateTime(f), f.millisecond);
+}
+
+std::string iso8601(Date date) { return dateTime(fieldsOf(date, false)) + "Z"; }
+
+std::optional<Date> parseIso8601WithFractionalSeconds(std::string_view text) {
+    return parseInternetDateTime(text, true);
+}
+
+std::optional<Date> parseIso8601(std::string_view text) {
+    return parseInternetDateTime(text, false);
+}
+
+std::string dailyRotation(Date date) {
+    const Fields f = fieldsOf(date, true);
+    return fmt::format("{:04}-{:02}-{:02}", f.year, f.month, f.day);
+}
+
+std::string hourlyRotation(Date date) {
+    const Fields f = fieldsOf(date, true);
+    return fmt::format("{:04}-{:02}-{:02}-{:02}", f.year, f.month, f.day, f.hour);
+}
+
+std::string logStamp(Date date) {
+    const Fields f = fieldsOf(date, true);
+    return fmt::format("{}.{:03}", dateTime(f), f.millisecond);
+}
+
+}  // namespace Formatters
+
+double roundedTo(double value, int decimals) {
+    const double scale = std::pow(10.0, decimals);
+    return std::round(value * scale) / scale;
+}
+
+}  // namespace ostrel
