@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string_view>
 
 namespace ostrel {
+
+class PreferencesStore;
 
 // The program's log: every message goes at once to the system log under its category, and,
 // when it passes the threshold stored under the preferences key "logLevel" (warning when
@@ -11,6 +14,14 @@ class Logger {
 public:
     enum class Level { debug, info, warning, error, fault };
     enum class Category { general, collection, storage, network, ui };
+
+    // Receives every message as it is logged, whatever the file threshold: the system log in
+    // production, a recorder in tests.
+    class Sink {
+    public:
+        virtual ~Sink() = default;
+        virtual void write(Level level, Category category, std::string_view message) = 0;
+    };
 
     static void debug(std::string_view message, Category category);
     static void info(std::string_view message, Category category);
@@ -25,6 +36,11 @@ public:
     // Writes what waits in the buffer and closes the file; the caller waits. Called last at
     // termination. The logger stays usable afterwards.
     static void flush();
+
+    // The store whose "logLevel" sets the file threshold; none means the default, warning.
+    static void setPreferences(std::shared_ptr<const PreferencesStore> preferences);
+    // Replaces the system-log sink; returns the previous one so a test can put it back.
+    static std::shared_ptr<Sink> setSystemLog(std::shared_ptr<Sink> sink);
 };
 
 }  // namespace ostrel
