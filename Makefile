@@ -4,7 +4,7 @@ BUILD_TYPE ?= RelWithDebInfo
 OSTREL_GUI ?= ON
 OSTREL_WERROR ?= OFF
 JOBS ?= $(shell nproc)
-OSTREL := $(BUILD_DIR)/src/ostrel
+OSTREL := $(BUILD_DIR)/ostrel
 
 .PHONY: all deps configure build test bench run format clean
 
