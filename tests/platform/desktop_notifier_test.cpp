@@ -26,7 +26,6 @@ struct ReceivedNotification {
     uint32_t replacesId = 0;
     std::string summary;
     std::string body;
-    std::vector<std::string> actions;
     std::map<std::string, std::string> stringHints;
     int32_t expireTimeout = 0;
 };
@@ -88,13 +87,7 @@ class FakeNotificationService {
         n.appName = app;
         n.summary = summary;
         n.body = body;
-        char** actions = nullptr;
-        sd_bus_message_read_strv(m, &actions);
-        for (char** a = actions; a && *a; ++a) {
-            n.actions.emplace_back(*a);
-            free(*a);
-        }
-        free(actions);
+        sd_bus_message_skip(m, "as");
         sd_bus_message_enter_container(m, 'a', "{sv}");
         while (sd_bus_message_enter_container(m, 'e', "sv") > 0) {
             const char* key = "";
@@ -126,31 +119,29 @@ struct Authorization {
     std::optional<std::string> error;
 };
 
-Authorization requestAuthorization(Notifier& notifier) {
-    std::promise<Authorization> answer;
-    notifier.requestAuthorization([&](bool granted, std::optional<std::string> error) {
-        answer.set_value({granted, error});
-    });
+// Waits for the one answer a notifier call gives on the notifier's thread.
+template <class Answer, class Call>
+Answer await(Call call) {
+    std::promise<Answer> answer;
+    call([&](auto... values) { answer.set_value(Answer{values...}); });
     auto future = answer.get_future();
     EXPECT_EQ(future.wait_for(patience), std::future_status::ready);
     return future.get();
+}
+
+Authorization requestAuthorization(Notifier& notifier) {
+    return await<Authorization>([&](auto done) { notifier.requestAuthorization(done); });
 }
 
 bool authorizationStatus(Notifier& notifier) {
-    std::promise<bool> answer;
-    notifier.authorizationStatus([&](bool authorized) { answer.set_value(authorized); });
-    auto future = answer.get_future();
-    EXPECT_EQ(future.wait_for(patience), std::future_status::ready);
-    return future.get();
+    return await<bool>([&](auto done) { notifier.authorizationStatus(done); });
 }
 
 std::optional<std::string> post(Notifier& notifier, std::string title, std::string body) {
-    std::promise<std::optional<std::string>> answer;
-    notifier.post({.identifier = "id-1", .title = std::move(title), .body = std::move(body)},
-                  [&](std::optional<std::string> error) { answer.set_value(error); });
-    auto future = answer.get_future();
-    EXPECT_EQ(future.wait_for(patience), std::future_status::ready);
-    return future.get();
+    return await<std::optional<std::string>>([&](auto done) {
+        notifier.post({.identifier = "id-1", .title = std::move(title), .body = std::move(body)},
+                      done);
+    });
 }
 
 TEST(DesktopNotifier, ServiceOnTheBusGrantsRightsAndReceivesTitleBodyAndSound) {
@@ -171,7 +162,6 @@ TEST(DesktopNotifier, ServiceOnTheBusGrantsRightsAndReceivesTitleBodyAndSound) {
     EXPECT_EQ(received[0].replacesId, 0u) << "every alert is a notification of its own";
     EXPECT_EQ(received[0].summary, "High CPU Usage");
     EXPECT_EQ(received[0].body, "CPU usage is at 97.0% (threshold: 90%)");
-    EXPECT_TRUE(received[0].actions.empty());
     EXPECT_EQ(received[0].stringHints.count("sound-name"), 1u);
     EXPECT_EQ(received[0].expireTimeout, -1);
 }
@@ -197,17 +187,15 @@ TEST(DesktopNotifier, BusWithoutTheServiceReadsAsNotGrantedUntilTheServiceAppear
 
 TEST(DesktopNotifier, WithoutABusRightsAreRefusedAndAnAlertStandsWithItsFailureLogged) {
     testing::TempDir folder;
-    for (std::optional<std::string> address :
-         {std::optional<std::string>(), std::optional("unix:path=" + (folder / "none").string())}) {
-        auto notifier = makeDesktopNotifier(address);
-        const Authorization answer = requestAuthorization(*notifier);
-        EXPECT_FALSE(answer.granted);
-        EXPECT_EQ(answer.error, std::nullopt);
-        EXPECT_FALSE(authorizationStatus(*notifier));
-    }
+    const std::string noSocket = "unix:path=" + (folder / "none").string();
+    EXPECT_FALSE(requestAuthorization(*makeDesktopNotifier(std::nullopt)).granted);
+    auto notifier = makeDesktopNotifier(noSocket);
+    const Authorization answer = requestAuthorization(*notifier);
+    EXPECT_FALSE(answer.granted);
+    EXPECT_EQ(answer.error, std::nullopt);
+    EXPECT_FALSE(authorizationStatus(*notifier));
 
     LogRecorder log;
-    auto notifier = makeDesktopNotifier("unix:path=" + (folder / "none").string());
     testing::VirtualDispatcher dispatcher;
     AlertManager alerts(dispatcher.clock(), *notifier, dispatcher.mainQueue());
     MonitorConfig config;
@@ -221,24 +209,6 @@ TEST(DesktopNotifier, WithoutABusRightsAreRefusedAndAnAlertStandsWithItsFailureL
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     EXPECT_EQ(log.matching("Failed to send notification: no session bus at unix:path=").size(), 1u);
-}
-
-TEST(SessionBusAddress, EnvironmentFirstThenTheRuntimeSocketWithItsPathEscaped) {
-    auto saved = [](const char* name) { return std::string(getenv(name) ? getenv(name) : ""); };
-    const std::string savedAddress = saved("DBUS_SESSION_BUS_ADDRESS");
-    const std::string savedRuntime = saved("XDG_RUNTIME_DIR");
-    testing::TempDir runtime;
-    setenv("XDG_RUNTIME_DIR", (runtime / "a b").c_str(), 1);
-
-    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/x", 1);
-    EXPECT_EQ(sessionBusAddress(), "unix:path=/x");
-    setenv("DBUS_SESSION_BUS_ADDRESS", "", 1);
-    EXPECT_EQ(sessionBusAddress(), std::nullopt);
-    runtime.write("a b/bus", "");
-    EXPECT_EQ(sessionBusAddress(), "unix:path=" + runtime.path().string() + "/a%20b/bus");
-
-    setenv("DBUS_SESSION_BUS_ADDRESS", savedAddress.c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", savedRuntime.c_str(), 1);
 }
 
 }  // namespace
