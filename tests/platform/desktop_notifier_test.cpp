@@ -10,14 +10,15 @@
 #include "alerts/alert_manager.h"
 #include "platform/notifier.h"
 #include "support/log_recorder.h"
-#include "support/private_session_bus.h"
+#include "support/private_bus.h"
+#include "support/temp_dir.h"
 #include "support/virtual_dispatcher.h"
 
 namespace ostrel {
 namespace {
 
 using testing::LogRecorder;
-using testing::PrivateSessionBus;
+using testing::PrivateBus;
 
 constexpr auto patience = std::chrono::seconds(10);
 
@@ -145,8 +146,8 @@ std::optional<std::string> post(Notifier& notifier, std::string title, std::stri
 }
 
 TEST(DesktopNotifier, ServiceOnTheBusGrantsRightsAndReceivesTitleBodyAndSound) {
-    PrivateSessionBus bus;
-    ASSERT_FALSE(bus.address().empty()) << "dbus-daemon did not start";
+    PrivateBus bus;
+    ASSERT_TRUE(bus.available()) << "dbus-daemon did not start";
     FakeNotificationService service(bus.address());
     ASSERT_TRUE(service.ok());
     auto notifier = makeDesktopNotifier(bus.address());
@@ -167,8 +168,8 @@ TEST(DesktopNotifier, ServiceOnTheBusGrantsRightsAndReceivesTitleBodyAndSound) {
 }
 
 TEST(DesktopNotifier, BusWithoutTheServiceReadsAsNotGrantedUntilTheServiceAppears) {
-    PrivateSessionBus bus;
-    ASSERT_FALSE(bus.address().empty()) << "dbus-daemon did not start";
+    PrivateBus bus;
+    ASSERT_TRUE(bus.available()) << "dbus-daemon did not start";
     LogRecorder log;
     auto notifier = makeDesktopNotifier(bus.address());
 
