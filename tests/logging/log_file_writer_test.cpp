@@ -4,17 +4,17 @@
 
 #include <cstdio>
 
-#include "logging/manual_clock.h"
 #include "support/temp_dir.h"
+#include "support/virtual_dispatcher.h"
 
 namespace ostrel {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using testing::ManualClock;
 using testing::readFile;
 using testing::TempDir;
+using testing::VirtualClock;
 
 constexpr auto kLimit = LogFileWriter::kRotationSize;
 
@@ -43,7 +43,7 @@ class LogFileWriterTest : public ::testing::Test {
     }
 
     TempDir dir;
-    ManualClock clock;
+    VirtualClock clock;
     fs::path log = dir / "ostrel.log";
     LogFileWriter writer{log, clock};
 };

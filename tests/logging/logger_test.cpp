@@ -6,12 +6,12 @@
 #include <sstream>
 #include <thread>
 
-#include "logging/manual_clock.h"
 #include "platform/app_paths.h"
 #include "records/formatters.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
 #include "support/temp_dir.h"
+#include "support/virtual_dispatcher.h"
 
 namespace ostrel {
 namespace {
@@ -38,7 +38,7 @@ class LoggerTest : public ::testing::Test {
     }
 
     testing::TempDir dir;
-    testing::ManualClock clock;
+    testing::VirtualClock clock;
     testing::LogRecorder recorder;
     std::shared_ptr<testing::MemoryPreferencesStore> preferences =
         std::make_shared<testing::MemoryPreferencesStore>();
