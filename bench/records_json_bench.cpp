@@ -18,8 +18,8 @@ void encodeLine(benchmark::State& state, const Record& record) {
         benchmark::DoNotOptimize(line.data());
     }
     state.SetBytesProcessed(static_cast<int64_t>(bytes));
-    state.counters["lines/s"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                                   benchmark::Counter::kIsRate);
+    state.counters["lines/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["line_bytes"] = static_cast<double>(line.size());
 }
 
@@ -32,16 +32,28 @@ void decodeLine(benchmark::State& state, const Record& record) {
         benchmark::DoNotOptimize(decoded);
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * line.size()));
-    state.counters["lines/s"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                                   benchmark::Counter::kIsRate);
+    state.counters["lines/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-void EncodeSample(benchmark::State& s) { encodeLine(s, bench::realisticSample()); }
-void DecodeSample(benchmark::State& s) { decodeLine(s, bench::realisticSample()); }
-void EncodeWatchedEvent(benchmark::State& s) { encodeLine(s, bench::realisticWatchedEvent()); }
-void DecodeWatchedEvent(benchmark::State& s) { decodeLine(s, bench::realisticWatchedEvent()); }
-void EncodeAlertEvent(benchmark::State& s) { encodeLine(s, bench::realisticAlertEvent()); }
-void DecodeAlertEvent(benchmark::State& s) { decodeLine(s, bench::realisticAlertEvent()); }
+void EncodeSample(benchmark::State& s) {
+    encodeLine(s, bench::realisticSample());
+}
+void DecodeSample(benchmark::State& s) {
+    decodeLine(s, bench::realisticSample());
+}
+void EncodeWatchedEvent(benchmark::State& s) {
+    encodeLine(s, bench::realisticWatchedEvent());
+}
+void DecodeWatchedEvent(benchmark::State& s) {
+    decodeLine(s, bench::realisticWatchedEvent());
+}
+void EncodeAlertEvent(benchmark::State& s) {
+    encodeLine(s, bench::realisticAlertEvent());
+}
+void DecodeAlertEvent(benchmark::State& s) {
+    decodeLine(s, bench::realisticAlertEvent());
+}
 
 BENCHMARK(EncodeSample);
 BENCHMARK(DecodeSample);

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/clock.h"
+#include "records/system_metrics.h"
+#include "records/watched_process_event.h"
+
+namespace ostrel::testing {
+
+// A full sample as a busy laptop produces it: every section, five processes in each top list,
+// figures that vary with `sequence`, stamped with `when` in local time with milliseconds.
+SystemMetrics realisticSample(Date when, int sequence);
+
+// A watched-process event for the same moment, stamped in UTC with milliseconds.
+WatchedProcessEvent realisticWatchedEvent(Date when, int sequence);
+
+}  // namespace ostrel::testing
