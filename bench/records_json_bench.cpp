@@ -1,8 +1,8 @@
 // Encode and decode throughput of the three kinds of metric-file line, on one core.
 #include <benchmark/benchmark.h>
 
-#include "realistic_records.h"
 #include "records/record_json.h"
+#include "support/sample_records.h"
 
 namespace ostrel {
 namespace {
@@ -36,23 +36,25 @@ void decodeLine(benchmark::State& state, const Record& record) {
         benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
+const Date kWhen = Date(std::chrono::seconds(1795360530));
+
 void EncodeSample(benchmark::State& s) {
-    encodeLine(s, bench::realisticSample());
+    encodeLine(s, testing::realisticSample(kWhen, 1));
 }
 void DecodeSample(benchmark::State& s) {
-    decodeLine(s, bench::realisticSample());
+    decodeLine(s, testing::realisticSample(kWhen, 1));
 }
 void EncodeWatchedEvent(benchmark::State& s) {
-    encodeLine(s, bench::realisticWatchedEvent());
+    encodeLine(s, testing::realisticWatchedEvent(kWhen, 1));
 }
 void DecodeWatchedEvent(benchmark::State& s) {
-    decodeLine(s, bench::realisticWatchedEvent());
+    decodeLine(s, testing::realisticWatchedEvent(kWhen, 1));
 }
 void EncodeAlertEvent(benchmark::State& s) {
-    encodeLine(s, bench::realisticAlertEvent());
+    encodeLine(s, testing::realisticAlertEvent(kWhen));
 }
 void DecodeAlertEvent(benchmark::State& s) {
-    decodeLine(s, bench::realisticAlertEvent());
+    decodeLine(s, testing::realisticAlertEvent(kWhen));
 }
 
 BENCHMARK(EncodeSample);

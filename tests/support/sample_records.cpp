@@ -6,9 +6,27 @@ namespace ostrel::testing {
 namespace {
 
 constexpr const char* kHost = "ops-laptop-07.corp.example.com";
-constexpr const char* kNames[] = {"firefox",     "code",    "slack",
-                                  "gnome-shell", "dockerd", "Isolated Web Content",
-                                  "pipewire",    "Xwayland"};
+constexpr const char* kNames[] = {"firefox",
+                                  "code",
+                                  "slack",
+                                  "gnome-shell",
+                                  "dockerd",
+                                  "Isolated Web Content",
+                                  "pipewire",
+                                  "Xwayland",
+                                  "chrome",
+                                  "Web Content",
+                                  "evolution",
+                                  "java",
+                                  "python3.11",
+                                  "node",
+                                  "nautilus",
+                                  "gnome-terminal-server",
+                                  "postgres",
+                                  "containerd",
+                                  "systemd-journald",
+                                  "tracker-miner-fs-3"};
+constexpr int kNameCount = sizeof kNames / sizeof kNames[0];
 
 // Figures with the decimals the collectors round to, varied but reproducible.
 double figure(int sequence, int salt, double scale) {
@@ -69,19 +87,21 @@ SystemMetrics realisticSample(Date when, int sequence) {
                              .topNetwork = std::vector<ProcessNetworkInfo>{},
                              .topDisk = std::vector<ProcessDiskInfo>{},
                              .processCount = 412 + sequence % 9};
-    for (int i = 0; i < 5; ++i) {
+    // Each top list carries only the figure it is ranked by, as the process collector fills it.
+    for (int i = 0; i < 20; ++i) {
         const int64_t pid = 1200 + i * 211;
-        const std::string name = kNames[(sequence + i) % 8];
         processes.topCPU->push_back({.pid = pid,
                                      .ppid = 1,
-                                     .name = name,
-                                     .cpuPercent = figure(sequence, 20 + i, 90),
-                                     .memoryMB = figure(sequence, 30 + i, 2000)});
+                                     .name = kNames[(sequence + i) % kNameCount],
+                                     .cpuPercent = figure(sequence, 20 + i, 90)});
         processes.topMemory->push_back({.pid = pid + 7,
                                         .ppid = 1,
-                                        .name = kNames[(i + 3) % 8],
-                                        .cpuPercent = figure(sequence, 40 + i, 20),
+                                        .name = kNames[(i + 3) % kNameCount],
                                         .memoryMB = figure(sequence, 50 + i, 4000)});
+    }
+    for (int i = 0; i < 5; ++i) {
+        const int64_t pid = 1200 + i * 211;
+        const std::string name = kNames[(sequence + i) % kNameCount];
         processes.topNetwork->push_back({.pid = pid + 11,
                                          .name = name,
                                          .bytesIn = 1'000'000u + static_cast<uint64_t>(i) * 4096,
@@ -127,6 +147,23 @@ WatchedProcessEvent realisticWatchedEvent(Date when, int sequence) {
                      .networkBytesOut = 512'000,
                      .diskReadBytesPerSec = figure(sequence, 82, 1e6),
                      .diskWriteBytesPerSec = figure(sequence, 83, 1e6)};
+    return event;
+}
+
+AlertEvent realisticAlertEvent(Date when) {
+    AlertEvent event{.timestamp = when, .hostname = kHost};
+    event.alert = {.type = "cpu_high",
+                   .message = "CPU usage has been above 90% for 60 seconds",
+                   .value = "96.4%",
+                   .threshold = "90%",
+                   .topCPUProcesses = std::vector<AlertProcessInfo>{},
+                   .topMemoryProcesses = std::vector<AlertProcessInfo>{}};
+    for (int i = 0; i < 5; ++i) {
+        event.alert.topCPUProcesses->push_back(
+            {.pid = 1200 + i, .name = kNames[i], .cpuPercent = 95.2 - i * 9.5});
+        event.alert.topMemoryProcesses->push_back(
+            {.pid = 1300 + i, .name = kNames[19 - i], .memoryMB = 4096.5 - i * 300});
+    }
     return event;
 }
 
