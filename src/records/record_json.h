@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-
 #include <tl/expected.hpp>
 
 #include "records/alert_event.h"
