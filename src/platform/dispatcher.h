@@ -51,3 +51,21 @@ public:
 };
 
 }  // namespace ostrel
+
+namespace ostrel {
+
+// The program's dispatcher: a thread per serial queue, one timer thread, and a main queue that
+// runMainLoop() serves on the thread that calls it. A GUI passes a main queue of its own,
+// served by its event loop; runMainLoop is then not used.
+class MainLoopDispatcher : public Dispatcher {
+public:
+    // Runs main-queue tasks until quitMainLoop(); tasks posted after the quit stay queued.
+    virtual void runMainLoop() = 0;
+    // Safe from any thread, also before runMainLoop() starts.
+    virtual void quitMainLoop() = 0;
+};
+
+std::unique_ptr<MainLoopDispatcher> makeThreadDispatcher(
+    std::unique_ptr<SerialQueue> mainQueue = nullptr);
+
+}  // namespace ostrel
