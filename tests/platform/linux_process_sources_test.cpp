@@ -2,7 +2,10 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <thread>
 
+#include "collectors/process_collector.h"
+#include "platform/dispatcher.h"
 #include "platform/linux/proc_text.h"
 #include "platform/linux/process_io.h"
 #include "platform/linux/processes.h"
@@ -177,6 +180,35 @@ TEST(LinuxProcessSource, ListsThisProcessFromTheRealProc) {
     EXPECT_FALSE(self->user.empty());
     EXPECT_GT(self->residentBytes, 0u);
     EXPECT_GT(table->scanTime, *self->startTime);
+}
+
+}  // namespace
+}  // namespace ostrel
+
+namespace ostrel {
+namespace {
+
+// The collection queue, the interface refresh and the refinement timer may all sample at once
+// on this machine's sources.
+TEST(LinuxProcessSources, OverlappingSamplesOnRealThreadsStayConsistent) {
+    auto dispatcher = makeThreadDispatcher();
+    ProcessCollector collector(*dispatcher);
+    collector.setMemoryUpdateInterval(1);
+    const auto sample = [&] {
+        for (int i = 0; i < 10; ++i) {
+            const auto metrics = collector.collect();
+            ASSERT_TRUE(metrics.processCount);
+            EXPECT_GT(*metrics.processCount, 0);
+            collector.collectNetworkStats(5);
+            collector.collectDiskStats(5);
+            collector.aggregateByPrefix("ostrel");
+            collector.searchProcesses("ostrel", 5, true);
+        }
+    };
+    std::thread other(sample);
+    sample();
+    other.join();
+    EXPECT_EQ(collector.aggregateByExactName("ostrel_platform_tests").processCount, 1);
 }
 
 }  // namespace
