@@ -1,5 +1,7 @@
 #include "app/cli_arguments.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <string_view>
 
@@ -33,6 +35,19 @@ CLIExit failure(std::string message) {
     return CLIExit{std::move(message) + "\n", 1};
 }
 
+// The value of `flag`, a whole number from 1 to `maximum`.
+tl::expected<int64_t, CLIExit> boundedValue(std::string_view text, std::string_view flag,
+                                            int64_t maximum, std::string_view bound) {
+    const auto value = readInteger(text);
+    if (!value)
+        return tl::unexpected(failure(fmt::format("Error: {} requires a numeric value", flag)));
+    if (*value < 1 || *value > maximum) {
+        return tl::unexpected(
+            failure(fmt::format("Error: {} must be between 1 and {}", flag, bound)));
+    }
+    return *value;
+}
+
 }  // namespace
 
 tl::expected<CLIArguments, CLIExit> CLIArguments::parse(std::span<const std::string> arguments) {
@@ -62,23 +77,14 @@ tl::expected<CLIArguments, CLIExit> CLIArguments::parse(std::span<const std::str
         } else if (isAnyOf(argument, {"--duration", "-duration"})) {
             // A value flag with nothing behind it is dropped without a word.
             if (!hasValue) continue;
-            const auto minutes = readInteger(arguments[++i]);
-            if (!minutes)
-                return tl::unexpected(failure("Error: --duration requires a numeric value"));
-            if (*minutes < 1 || *minutes > 7200) {
-                return tl::unexpected(
-                    failure("Error: --duration must be between 1 and 7200 minutes (5 days)"));
-            }
+            auto minutes =
+                boundedValue(arguments[++i], "--duration", 7200, "7200 minutes (5 days)");
+            if (!minutes) return tl::unexpected(minutes.error());
             result.durationMinutes = *minutes;
         } else if (isAnyOf(argument, {"--interval", "-interval"})) {
             if (!hasValue) continue;
-            const auto seconds = readInteger(arguments[++i]);
-            if (!seconds)
-                return tl::unexpected(failure("Error: --interval requires a numeric value"));
-            if (*seconds < 1 || *seconds > 3600) {
-                return tl::unexpected(
-                    failure("Error: --interval must be between 1 and 3600 seconds"));
-            }
+            auto seconds = boundedValue(arguments[++i], "--interval", 3600, "3600 seconds");
+            if (!seconds) return tl::unexpected(seconds.error());
             result.intervalSeconds = *seconds;
         } else if (isAnyOf(argument, {"--watch", "-watch"})) {
             // The name is taken as it stands, even when it looks like a flag.

@@ -48,16 +48,7 @@ std::optional<std::string> stringEntry(const PreferenceDictionary& dictionary,
 std::optional<std::vector<std::string>> stringListEntry(const PreferenceDictionary& dictionary,
                                                         std::string_view key) {
     const PreferenceValue* value = find(dictionary, key);
-    const auto* list = value ? value->get<PreferenceArray>() : nullptr;
-    if (!list) return std::nullopt;
-    std::vector<std::string> strings;
-    strings.reserve(list->size());
-    for (const PreferenceValue& element : *list) {
-        const auto* text = element.get<std::string>();
-        if (!text) return std::nullopt;
-        strings.push_back(*text);
-    }
-    return strings;
+    return value ? stringsOf(*value) : std::nullopt;
 }
 
 }  // namespace ostrel

@@ -32,7 +32,8 @@ bool leadingTruth(std::string_view text) {
     size_t i = text.find_first_not_of(kBlanks);
     if (i == std::string_view::npos) return false;
     if (text[i] == '+' || text[i] == '-') ++i;
-    while (i < text.size() && text[i] == '0') ++i;
+    while (i < text.size() && text[i] == '0')
+        ++i;
     if (i >= text.size()) return false;
     const char c = text[i];
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');
@@ -85,9 +86,8 @@ std::optional<std::string> PreferencesStore::string(std::string_view key) const 
     return std::nullopt;
 }
 
-std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::string_view key) const {
-    const auto stored = object(key);
-    const auto* array = stored ? stored->get<PreferenceArray>() : nullptr;
+std::optional<std::vector<std::string>> stringsOf(const PreferenceValue& value) {
+    const auto* array = value.get<PreferenceArray>();
     if (!array) return std::nullopt;
     std::vector<std::string> strings;
     strings.reserve(array->size());
@@ -97,6 +97,11 @@ std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::strin
         strings.push_back(*text);
     }
     return strings;
+}
+
+std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::string_view key) const {
+    const auto stored = object(key);
+    return stored ? stringsOf(*stored) : std::nullopt;
 }
 
 std::optional<PreferenceDictionary> PreferencesStore::dictionary(std::string_view key) const {
