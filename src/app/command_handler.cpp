@@ -88,35 +88,26 @@ void CommandHandler::executeCommand(std::string_view command) {
     target_.configureMonitor(config);
 
     const std::string name = lowercased(command);
-    if (name == "start") {
-        startCommand(config);
-    } else if (name == "stop") {
-        Logger::info("Executing stop command", kGeneral);
-        if (target_.monitorStatus().isRunning) target_.stopMonitoring();
-    } else if (name == "quit") {
-        Logger::info("Executing quit command", kGeneral);
-        target_.terminate();
-    } else if (name == "upload") {
-        Logger::info("Executing upload command", kGeneral);
-        target_.uploadNow();
-    } else if (name == "clear") {
-        Logger::info("Executing clear command", kGeneral);
-        target_.clearStoredData();
-    } else if (name == "reload") {
-        // The reload above is the whole of it.
-        Logger::info("Executing reload command", kGeneral);
-    } else if (name == "status") {
-        Logger::info("Executing status command", kGeneral);
-        writeStatusToDefaults();
-    } else if (name == "dashboard") {
-        Logger::info("Executing dashboard command", kGeneral);
-        target_.openDashboard();
-    } else if (name == "clear-pins") {
-        Logger::info("Executing clear-pins command", kGeneral);
-        target_.clearPinnedProcesses();
-    } else {
-        Logger::warning(fmt::format("Unknown command: {}", command), kGeneral);
+    if (name == "start") return startCommand(config);
+    const std::pair<std::string_view, std::function<void()>> actions[] = {
+        {"stop",
+         [this] {
+             if (target_.monitorStatus().isRunning) target_.stopMonitoring();
+         }},
+        {"quit", [this] { target_.terminate(); }},
+        {"upload", [this] { target_.uploadNow(); }},
+        {"clear", [this] { target_.clearStoredData(); }},
+        {"reload", [] {}},  // the reload above is the whole of it
+        {"status", [this] { writeStatusToDefaults(); }},
+        {"dashboard", [this] { target_.openDashboard(); }},
+        {"clear-pins", [this] { target_.clearPinnedProcesses(); }},
+    };
+    for (const auto& [known, action] : actions) {
+        if (known != name) continue;
+        Logger::info(fmt::format("Executing {} command", name), kGeneral);
+        return action();
     }
+    Logger::warning(fmt::format("Unknown command: {}", command), kGeneral);
 }
 
 void CommandHandler::startCommand(const MonitorConfig& config) {
