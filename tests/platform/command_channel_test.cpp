@@ -112,7 +112,7 @@ TEST_F(CommandChannelTest, PostReachesEverySocketAndRemovesThoseOfDeadProcesses)
     char buffer[256];
     const ssize_t length = recv(otherFd, buffer, sizeof buffer, 0);
     EXPECT_EQ(std::string(buffer, size_t(std::max<ssize_t>(length, 0))),
-              R"({"command":"status","intervalSeconds":3})");
+              "{\"command\":\"status\",\"intervalSeconds\":3}\n");
     close(otherFd);
     EXPECT_FALSE(fs::exists(socketOf(dead)));
     EXPECT_FALSE(fs::exists(socketOf(1)));

@@ -18,8 +18,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/linux/preferences_json.h"
 #include "platform/linux/unique_fd.h"
-#include "platform/preference_json.h"
 
 namespace ostrel {
 namespace {
@@ -145,9 +145,8 @@ class LinuxCommandListener : public CommandListener {
         const ssize_t length = recvmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
         if (length < 0 || (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0) return;
         if (!sentBySameUser(message)) return;
-        auto value = decodePreferenceJson(std::string_view(buffer_.data(), size_t(length)));
-        auto* dictionary = value ? std::get_if<PreferenceDictionary>(&value->value) : nullptr;
-        if (dictionary) receiver_(std::move(*dictionary));
+        auto userInfo = parsePreferences(std::string_view(buffer_.data(), size_t(length)));
+        if (userInfo) receiver_(std::move(*userInfo));
     }
 
     fs::path socketPath_;
@@ -175,7 +174,7 @@ class LinuxCommandChannel : public CommandChannel {
     }
 
     size_t post(const PreferenceDictionary& userInfo) override {
-        const auto payload = encodePreferenceJson(userInfo);
+        const auto payload = encodePreferences(userInfo);
         if (!payload || !ownedByThisUser(directory_)) return 0;
         const UniqueFd sender(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         if (!sender) return 0;
