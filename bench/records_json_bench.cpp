@@ -1,8 +1,8 @@
 // Encode and decode throughput of the three kinds of metric-file line, on one core.
 #include <benchmark/benchmark.h>
 
-#include "realistic_records.h"
 #include "records/record_json.h"
+#include "support/sample_records.h"
 
 namespace ostrel {
 namespace {
@@ -18,8 +18,8 @@ void encodeLine(benchmark::State& state, const Record& record) {
         benchmark::DoNotOptimize(line.data());
     }
     state.SetBytesProcessed(static_cast<int64_t>(bytes));
-    state.counters["lines/s"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                                   benchmark::Counter::kIsRate);
+    state.counters["lines/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["line_bytes"] = static_cast<double>(line.size());
 }
 
@@ -32,16 +32,30 @@ void decodeLine(benchmark::State& state, const Record& record) {
         benchmark::DoNotOptimize(decoded);
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * line.size()));
-    state.counters["lines/s"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                                   benchmark::Counter::kIsRate);
+    state.counters["lines/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-void EncodeSample(benchmark::State& s) { encodeLine(s, bench::realisticSample()); }
-void DecodeSample(benchmark::State& s) { decodeLine(s, bench::realisticSample()); }
-void EncodeWatchedEvent(benchmark::State& s) { encodeLine(s, bench::realisticWatchedEvent()); }
-void DecodeWatchedEvent(benchmark::State& s) { decodeLine(s, bench::realisticWatchedEvent()); }
-void EncodeAlertEvent(benchmark::State& s) { encodeLine(s, bench::realisticAlertEvent()); }
-void DecodeAlertEvent(benchmark::State& s) { decodeLine(s, bench::realisticAlertEvent()); }
+const Date kWhen = Date(std::chrono::seconds(1795360530));
+
+void EncodeSample(benchmark::State& s) {
+    encodeLine(s, testing::realisticSample(kWhen, 1));
+}
+void DecodeSample(benchmark::State& s) {
+    decodeLine(s, testing::realisticSample(kWhen, 1));
+}
+void EncodeWatchedEvent(benchmark::State& s) {
+    encodeLine(s, testing::realisticWatchedEvent(kWhen, 1));
+}
+void DecodeWatchedEvent(benchmark::State& s) {
+    decodeLine(s, testing::realisticWatchedEvent(kWhen, 1));
+}
+void EncodeAlertEvent(benchmark::State& s) {
+    encodeLine(s, testing::realisticAlertEvent(kWhen));
+}
+void DecodeAlertEvent(benchmark::State& s) {
+    decodeLine(s, testing::realisticAlertEvent(kWhen));
+}
 
 BENCHMARK(EncodeSample);
 BENCHMARK(DecodeSample);

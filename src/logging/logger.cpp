@@ -27,15 +27,25 @@ void emit(Logger::Level level, Logger::Category category, std::string_view messa
 
 }  // namespace
 
-void Logger::debug(std::string_view m, Category c) { emit(Level::debug, c, m); }
-void Logger::info(std::string_view m, Category c) { emit(Level::info, c, m); }
-void Logger::warning(std::string_view m, Category c) { emit(Level::warning, c, m); }
-void Logger::error(std::string_view m, Category c) { emit(Level::error, c, m); }
+void Logger::debug(std::string_view m, Category c) {
+    emit(Level::debug, c, m);
+}
+void Logger::info(std::string_view m, Category c) {
+    emit(Level::info, c, m);
+}
+void Logger::warning(std::string_view m, Category c) {
+    emit(Level::warning, c, m);
+}
+void Logger::error(std::string_view m, Category c) {
+    emit(Level::error, c, m);
+}
 void Logger::error(std::string_view m, std::string_view description, Category c) {
     emit(Level::error, c, std::string(m) + ": " + std::string(description));
 }
 void Logger::initializeLogFile() {}
-void Logger::flush() { std::fflush(stderr); }
+void Logger::flush() {
+    std::fflush(stderr);
+}
 void Logger::setPreferences(std::shared_ptr<const PreferencesStore>) {}
 std::shared_ptr<Logger::Sink> Logger::setSystemLog(std::shared_ptr<Sink> sink) {
     std::lock_guard lock(sinkMutex);

@@ -11,14 +11,14 @@ class PreferencesStore;
 // when it passes the threshold stored under the preferences key "logLevel" (warning when
 // absent), to the log file in batches written on the logger's own queue.
 class Logger {
-public:
+  public:
     enum class Level { debug, info, warning, error, fault };
     enum class Category { general, collection, storage, network, ui };
 
     // Receives every message as it is logged, whatever the file threshold: the system log in
     // production, a recorder in tests.
     class Sink {
-    public:
+      public:
         virtual ~Sink() = default;
         virtual void write(Level level, Category category, std::string_view message) = 0;
     };

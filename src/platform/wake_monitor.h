@@ -10,7 +10,7 @@ namespace ostrel {
 // Tells when the machine has woken from sleep. The handler runs on the dispatcher's main
 // queue; observing ends when the returned object is destroyed.
 class WakeObservation {
-public:
+  public:
     virtual ~WakeObservation() = default;
 };
 

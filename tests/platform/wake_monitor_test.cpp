@@ -15,10 +15,10 @@ using namespace std::chrono_literals;
 
 TEST(SuspendGap, GrowthOfBootTimeOverMonotonicTimeIsASleep) {
     SuspendGap gap(2s);
-    EXPECT_FALSE(gap.sleptSinceLastReading(100s, 90s));  // first reading has nothing to compare
-    EXPECT_FALSE(gap.sleptSinceLastReading(105s, 95s));  // both moved together: awake
-    EXPECT_FALSE(gap.sleptSinceLastReading(111s, 100s)); // a second of drift is not a sleep
-    EXPECT_TRUE(gap.sleptSinceLastReading(400s, 105s));  // boot time ran on while asleep
+    EXPECT_FALSE(gap.sleptSinceLastReading(100s, 90s));   // first reading has nothing to compare
+    EXPECT_FALSE(gap.sleptSinceLastReading(105s, 95s));   // both moved together: awake
+    EXPECT_FALSE(gap.sleptSinceLastReading(111s, 100s));  // a second of drift is not a sleep
+    EXPECT_TRUE(gap.sleptSinceLastReading(400s, 105s));   // boot time ran on while asleep
     EXPECT_FALSE(gap.sleptSinceLastReading(405s, 110s));
 }
 
@@ -37,10 +37,10 @@ TEST(WakeMonitor, LogindPrepareForSleepFalseIsAWakeOnTheMainQueue) {
     ASSERT_GE(sd_bus_open_system(&logind), 0);
     ASSERT_GE(sd_bus_request_name(logind, "org.freedesktop.login1", 0), 0);
     for (int goingToSleep : {1, 0, 1, 0}) {
-        ASSERT_GE(sd_bus_emit_signal(logind, "/org/freedesktop/login1",
-                                     "org.freedesktop.login1.Manager", "PrepareForSleep", "b",
-                                     goingToSleep),
-                  0);
+        ASSERT_GE(
+            sd_bus_emit_signal(logind, "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                               "PrepareForSleep", "b", goingToSleep),
+            0);
     }
     sd_bus_flush(logind);
 

@@ -7,7 +7,7 @@ namespace ostrel::testing {
 // A D-Bus daemon of the test's own, on a socket in the private HOME, stopped at scope end.
 // `available()` is false where dbus-daemon is not installed.
 class PrivateBus {
-public:
+  public:
     PrivateBus();
     ~PrivateBus();
     PrivateBus(const PrivateBus&) = delete;
@@ -17,7 +17,7 @@ public:
     // The address to put in DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS.
     const std::string& address() const { return address_; }
 
-private:
+  private:
     int pid_ = -1;
     std::string address_;
 };

@@ -8,7 +8,7 @@ namespace ostrel {
 // Detects a suspend from two clocks: CLOCK_BOOTTIME counts time asleep, CLOCK_MONOTONIC does
 // not, so their difference grows by exactly the time the machine slept.
 class SuspendGap {
-public:
+  public:
     using Duration = std::chrono::nanoseconds;
 
     explicit SuspendGap(Duration threshold = std::chrono::seconds(2)) : threshold_(threshold) {}
@@ -21,7 +21,7 @@ public:
         return slept;
     }
 
-private:
+  private:
     Duration threshold_;
     std::optional<Duration> previous_;
 };

@@ -28,9 +28,11 @@ std::chrono::nanoseconds readClock(clockid_t clock) {
 
 // Watches logind on its own thread; the thread sleeps in poll on the bus and a stop eventfd.
 class LogindWakeObservation final : public WakeObservation {
-public:
+  public:
     LogindWakeObservation(Dispatcher& dispatcher, Task onWake, sd_bus* bus)
-        : dispatcher_(dispatcher), onWake_(std::move(onWake)), bus_(bus),
+        : dispatcher_(dispatcher),
+          onWake_(std::move(onWake)),
+          bus_(bus),
           stopFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         sd_bus_match_signal(bus_, &slot_, "org.freedesktop.login1", "/org/freedesktop/login1",
                             "org.freedesktop.login1.Manager", "PrepareForSleep",
@@ -47,7 +49,7 @@ public:
         close(stopFd_);
     }
 
-private:
+  private:
     static int onSignal(sd_bus_message* message, void* context, sd_bus_error*) {
         auto* self = static_cast<LogindWakeObservation*>(context);
         int goingToSleep = 0;
@@ -82,20 +84,21 @@ private:
 };
 
 class ClockGapWakeObservation final : public WakeObservation {
-public:
+  public:
     ClockGapWakeObservation(Dispatcher& dispatcher, Task onWake)
         : queue_(dispatcher.makeSerialQueue("com.ostrel.agent.wake")) {
         gap_.sleptSinceLastReading(readClock(CLOCK_BOOTTIME), readClock(CLOCK_MONOTONIC));
-        timer_ = dispatcher.makeTimer(
-            *queue_,
-            {.firstDeadline = kGapCheckPeriod, .period = kGapCheckPeriod,
-             .leeway = std::chrono::seconds(1)},
-            [this, &dispatcher, onWake = std::move(onWake)] {
-                if (gap_.sleptSinceLastReading(readClock(CLOCK_BOOTTIME),
-                                               readClock(CLOCK_MONOTONIC))) {
-                    dispatcher.mainQueue().async(onWake);
-                }
-            });
+        timer_ =
+            dispatcher.makeTimer(*queue_,
+                                 {.firstDeadline = kGapCheckPeriod,
+                                  .period = kGapCheckPeriod,
+                                  .leeway = std::chrono::seconds(1)},
+                                 [this, &dispatcher, onWake = std::move(onWake)] {
+                                     if (gap_.sleptSinceLastReading(readClock(CLOCK_BOOTTIME),
+                                                                    readClock(CLOCK_MONOTONIC))) {
+                                         dispatcher.mainQueue().async(onWake);
+                                     }
+                                 });
     }
 
     ~ClockGapWakeObservation() override {
@@ -103,7 +106,7 @@ public:
         queue_.reset();    // waits for a check under way
     }
 
-private:
+  private:
     std::shared_ptr<SerialQueue> queue_;
     SuspendGap gap_;
     std::unique_ptr<Timer> timer_;
