@@ -62,6 +62,9 @@ TEST(CommandLine, StartAndStatusAreAnsweredThroughThePreferences) {
         << status.standardOutput;
     EXPECT_NE(status.standardOutput.find("Duration limit: 30 minutes\n"), std::string::npos);
     EXPECT_EQ(target.calls, (testing::Words{"load", "limit", "load"}));
+    // The session's duration was handed to the capture and forgotten; the interval stays.
+    EXPECT_FALSE(preferences->hasObject("captureDurationMinutes"));
+    EXPECT_EQ(preferences->integer("intervalSeconds"), 4);
 }
 
 }  // namespace

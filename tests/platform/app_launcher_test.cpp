@@ -7,7 +7,6 @@
 
 #include <thread>
 
-#include "platform/subprocess.h"
 #include "support/temp_dir.h"
 
 namespace ostrel {
@@ -64,15 +63,6 @@ TEST(AppLauncher, FailuresSayWhy) {
               "Permission denied");
     EXPECT_EQ(makeAppLauncher(std::nullopt)->launchApplication().error().kind,
               LaunchFailure::Kind::applicationNotFound);
-}
-
-TEST(Subprocess, CapturesStandardOutputAndTheExitStatus) {
-    const auto result = runProcess("/bin/sh", {"-c", "echo out; echo err >&2; read x; exit 3"});
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->standardOutput, "out\n");
-    EXPECT_EQ(result->exitStatus, 3);
-    EXPECT_EQ(runProcess("/bin/sh", {"-c", "kill -9 $$"})->exitStatus, 128 + 9);
-    EXPECT_FALSE(runProcess("/nonexistent/program", {}));
 }
 
 }  // namespace
