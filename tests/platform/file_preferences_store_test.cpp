@@ -34,7 +34,7 @@ bool exitedCleanly(pid_t child) {
 }
 
 class FilePreferencesStoreTest : public ::testing::Test {
-protected:
+  protected:
     FilePreferencesStore open() const { return FilePreferencesStore(user, managed); }
 
     testing::TempDir dir;
