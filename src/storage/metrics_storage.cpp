@@ -6,7 +6,7 @@
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
-#include "storage/file_system.h"
+#include "platform/file_system.h"
 
 namespace ostrel {
 namespace {

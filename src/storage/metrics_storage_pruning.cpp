@@ -3,7 +3,7 @@
 #include <time.h>
 
 #include "logging/logger.h"
-#include "storage/file_system.h"
+#include "platform/file_system.h"
 #include "storage/metrics_storage.h"
 
 namespace ostrel {

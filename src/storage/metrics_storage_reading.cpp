@@ -8,7 +8,7 @@
 #include "platform/prefault.h"
 #include "records/constants.h"
 #include "records/formatters.h"
-#include "storage/file_system.h"
+#include "platform/file_system.h"
 #include "storage/metric_lines.h"
 #include "storage/metrics_storage.h"
 

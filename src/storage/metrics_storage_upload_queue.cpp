@@ -6,7 +6,7 @@
 
 #include "logging/logger.h"
 #include "records/constants.h"
-#include "storage/file_system.h"
+#include "platform/file_system.h"
 #include "storage/metrics_storage.h"
 
 namespace ostrel {

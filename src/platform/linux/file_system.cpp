@@ -1,4 +1,4 @@
-#include "storage/file_system.h"
+#include "platform/file_system.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
