@@ -3,10 +3,10 @@
 #include <time.h>
 
 #include "logging/logger.h"
+#include "platform/file_system.h"
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
-#include "platform/file_system.h"
 
 namespace ostrel {
 namespace {

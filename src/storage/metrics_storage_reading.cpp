@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <set>
 
+#include "platform/file_system.h"
 #include "platform/parallel_for.h"
 #include "platform/prefault.h"
 #include "records/constants.h"
 #include "records/formatters.h"
-#include "platform/file_system.h"
 #include "storage/metric_lines.h"
 #include "storage/metrics_storage.h"
 
@@ -65,18 +65,15 @@ std::optional<std::vector<SystemMetrics>> MetricsStorage::loadMetricsFromFile(co
     std::vector<SystemMetrics> samples;
     bool first = true;
     while (const auto block = reader.next()) {
+        metric_lines::appendSamples(*block, samples);
         if (first) {
-            // Room for the whole file at the first block's line length: growing the vector
-            // would move every sample and touch twice the memory.
-            const auto lines = std::count(block->begin(), block->end(), '\n');
-            if (lines > 0) {
-                const size_t expected = reader.sizeAtOpen() / (block->size() / lines);
-                samples.reserve(expected * 9 / 8 + 8);
-                prefaultForWriting(samples.data(), expected * sizeof(SystemMetrics));
-            }
+            // Room for the whole file at the first block's density of samples, backed at
+            // once: growing the vector would move every sample and touch twice the memory.
+            const size_t expected = samples.size() * reader.sizeAtOpen() / block->size();
+            samples.reserve(expected * 9 / 8 + 8);
+            prefaultForWriting(samples.data(), expected * sizeof(SystemMetrics));
             first = false;
         }
-        metric_lines::appendSamples(*block, samples);
     }
     if (reader.failed()) return std::nullopt;
     return samples;

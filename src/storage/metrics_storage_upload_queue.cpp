@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "logging/logger.h"
-#include "records/constants.h"
 #include "platform/file_system.h"
+#include "records/constants.h"
 #include "storage/metrics_storage.h"
 
 namespace ostrel {
