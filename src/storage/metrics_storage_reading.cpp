@@ -101,13 +101,22 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
             if (slot && !slot->empty()) return std::move(*slot);
         }
     }
+    // Joined in parallel too: each file's samples move to their own range, and the emptied
+    // arrays are freed on the same threads.
+    std::vector<size_t> offsets(slots.size() + 1, 0);
+    for (size_t i = 0; i < slots.size(); ++i) {
+        offsets[i + 1] = offsets[i] + (slots[i] ? slots[i]->size() : 0);
+    }
     std::vector<SystemMetrics> joined;
     joined.reserve(total);
     prefaultForWriting(joined.data(), total * sizeof(SystemMetrics));
-    for (auto& slot : slots) {
-        if (!slot) continue;
-        std::move(slot->begin(), slot->end(), std::back_inserter(joined));
-    }
+    joined.resize(total);
+    parallelFor(slots.size(), [&](size_t i) {
+        if (!slots[i]) return;
+        std::move(slots[i]->begin(), slots[i]->end(),
+                  joined.begin() + static_cast<ptrdiff_t>(offsets[i]));
+        slots[i].reset();
+    });
     return joined;
 }
 
