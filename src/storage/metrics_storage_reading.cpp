@@ -2,6 +2,7 @@
 // loaders and the health summary. Reads take no lock: a line being written at that moment is
 // at worst read short and dropped.
 #include <algorithm>
+#include <functional>
 #include <set>
 
 #include "platform/file_system.h"
@@ -80,15 +81,14 @@ std::optional<std::vector<SystemMetrics>> MetricsStorage::loadMetricsFromFile(co
 }
 
 std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector<Path>& files) {
-    std::vector<std::optional<std::vector<SystemMetrics>>> slots(files.size());
-    if (files.size() <= 2) {
-        // Not worth a thread.
+    // One or two files are not worth a thread. Each index touches only its own slot.
+    const auto forEachFile = [&](const std::function<void(size_t)>& body) {
+        if (files.size() > 2) return parallelFor(files.size(), body);
         for (size_t i = 0; i < files.size(); ++i)
-            slots[i] = loadMetricsFromFile(files[i]);
-    } else {
-        // Each index writes only its own slot.
-        parallelFor(files.size(), [&](size_t i) { slots[i] = loadMetricsFromFile(files[i]); });
-    }
+            body(i);
+    };
+    std::vector<std::optional<std::vector<SystemMetrics>>> slots(files.size());
+    forEachFile([&](size_t i) { slots[i] = loadMetricsFromFile(files[i]); });
     size_t total = 0, filled = 0;
     for (const auto& slot : slots) {
         if (slot && !slot->empty()) {
@@ -101,7 +101,7 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
             if (slot && !slot->empty()) return std::move(*slot);
         }
     }
-    // Joined in parallel too: each file's samples move to their own range, and the emptied
+    // Joined the same way: each file's samples move to their own range, and the emptied
     // arrays are freed on the same threads.
     std::vector<size_t> offsets(slots.size() + 1, 0);
     for (size_t i = 0; i < slots.size(); ++i) {
@@ -111,7 +111,7 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
     joined.reserve(total);
     prefaultForWriting(joined.data(), total * sizeof(SystemMetrics));
     joined.resize(total);
-    parallelFor(slots.size(), [&](size_t i) {
+    forEachFile([&](size_t i) {
         if (!slots[i]) return;
         std::move(slots[i]->begin(), slots[i]->end(),
                   joined.begin() + static_cast<ptrdiff_t>(offsets[i]));
