@@ -1,7 +1,6 @@
 #include "storage/metric_lines.h"
 
 #include <cstring>
-#include <filesystem>
 
 #include "records/record_json.h"
 
@@ -24,22 +23,17 @@ void forEachLine(std::string_view bytes, Body&& body) {
     }
 }
 
-// Event lines are split at every ASCII line break, so files with CRLF endings read too. The
-// Unicode separators are left alone: the encoder writes them raw inside strings.
+// Lines without an event key are passed over unparsed: both kinds of event require theirs,
+// so they could not decode, and a day holds tens of thousands of sample lines. A line may
+// end in CR LF.
 template <class Event>
 std::vector<Event> decodeEvents(std::string_view text) {
     std::vector<Event> events;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t stop = text.find_first_of("\n\r\v\f", start);
-        if (stop == std::string_view::npos) stop = text.size();
-        if (stop > start) {
-            if (auto event = decodeJson<Event>(text.substr(start, stop - start))) {
-                events.push_back(std::move(*event));
-            }
-        }
-        start = stop + 1;
-    }
+    forEachLine(text, [&](std::string_view line) {
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        if (!isEventLine(line)) return;
+        if (auto event = decodeJson<Event>(line)) events.push_back(std::move(*event));
+    });
     return events;
 }
 
@@ -55,12 +49,6 @@ void appendSamples(std::string_view bytes, std::vector<SystemMetrics>& out) {
         if (isEventLine(line)) return;
         if (auto sample = decodeJson<SystemMetrics>(line)) out.push_back(std::move(*sample));
     });
-}
-
-std::vector<SystemMetrics> decodeSamples(std::string_view bytes) {
-    std::vector<SystemMetrics> samples;
-    appendSamples(bytes, samples);
-    return samples;
 }
 
 std::vector<AlertEvent> decodeAlertEvents(std::string_view text) {

@@ -9,13 +9,11 @@
 #include "records/system_metrics.h"
 #include "records/watched_process_event.h"
 
-// Pure work on the bytes and names of metric files: what the store reads is parsed here, so it
-// can be tested on literal text.
+// Pure work on the bytes and names of metric files, apart from the reading itself.
 namespace ostrel::metric_lines {
 
-// The samples among the lines, in order. Empty lines, event lines and lines that do not
-// decode (a torn last line, garbage) are passed over. The last line needs no line feed.
-std::vector<SystemMetrics> decodeSamples(std::string_view bytes);
+// Appends the samples among the lines, in order. Empty lines, event lines and lines that do
+// not decode (a torn last line, garbage) are passed over. The last line needs no line feed.
 void appendSamples(std::string_view bytes, std::vector<SystemMetrics>& out);
 
 // The events of one kind among the lines, in order; every other line fails to decode as that

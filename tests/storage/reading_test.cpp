@@ -33,14 +33,15 @@ TEST_F(Reading, EachLoaderTakesOnlyItsOwnWholeLines) {
     const std::string oldAlert = R"({"timestamp":"t","hostname":"y","event_type":"alert"})"
                                  "\n";
     const std::string half = line(sample("a", 9)).substr(0, 30);
+    std::string crlfLate = alertLine("late", "2026-11-15T11:00:00Z");
+    crlfLate.insert(crlfLate.size() - 1, "\r");
     SystemMetrics huge = sample("a", 2);
     huge.hostname += std::string(600 * 1024, 'x');  // longer than a read block
     dir.write("data/metrics/metrics-2026-11-14.jsonl",
               alertLine("old", "2026-11-14T09:00:00Z") + watchedLine("w0"));
     dir.write("data/metrics/metrics-2026-11-15.jsonl",
               line(sample("a", 1)) + "\n\ngarbage\n" + alertLine("first", "2026-11-15T09:00:00Z") +
-                  watchedLine("w1") + oldAlert + line(huge) +
-                  alertLine("late", "2026-11-15T11:00:00Z") +
+                  watchedLine("w1") + oldAlert + line(huge) + crlfLate +
                   alertLine("second", "2026-11-15T09:00:00Z") + watchedLine("w2") + half);
     auto storage = make();
     const auto samples = MetricsStorage::loadFilesInParallel(*storage.metricsFiles());
