@@ -208,7 +208,9 @@ TEST(LinuxProcessSources, OverlappingSamplesOnRealThreadsStayConsistent) {
     std::thread other(sample);
     sample();
     other.join();
-    EXPECT_EQ(collector.aggregateByExactName("ostrel_platform_tests").processCount, 1);
+    // Other tests of this program may run beside this one, so look for this process only.
+    const auto own = collector.aggregateByExactName("ostrel_platform_tests").pids;
+    EXPECT_NE(std::find(own.begin(), own.end(), getpid()), own.end());
 }
 
 }  // namespace
