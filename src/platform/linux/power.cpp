@@ -72,7 +72,8 @@ std::vector<PowerSourceDescription> describePowerSupplies(
         }
         if (!supply.status.empty() && supply.status != "Unknown") {
             description.isCharging = charging;
-            description.isCharged = full;
+            // A battery held at its charge limit on mains is as charged as it will get.
+            description.isCharged = full || (external && supply.status == "Not charging");
         }
         descriptions.push_back(std::move(description));
     }
