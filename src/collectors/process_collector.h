@@ -84,6 +84,8 @@ class ProcessCollector {
     struct MemoryRefresher;
 
     WatchedProcessMetrics aggregate(const std::string& pattern, bool byPrefix);
+    // The list, or nothing when the source could not list processes at all.
+    std::optional<std::vector<ProcessEntry>> listEntries();
 
     ProcessSources sources_;
     std::unique_ptr<ProcessCpuTracker> cpuTracker_;

@@ -11,7 +11,7 @@ using Duration = std::chrono::nanoseconds;
 // The one source of "now". Production reads the system; tests move a virtual clock by hand,
 // so every rule that depends on elapsed time runs deterministically.
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     // Wall-clock time: stamps, file names, ages of files.
     virtual Date now() const = 0;

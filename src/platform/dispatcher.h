@@ -13,7 +13,7 @@ using Task = std::function<void()>;
 
 // A serial queue: tasks run one at a time, in the order they were posted.
 class SerialQueue {
-public:
+  public:
     virtual ~SerialQueue() = default;
     virtual void async(Task task) = 0;
     virtual const std::string& label() const = 0;
@@ -22,7 +22,7 @@ public:
 // A scheduled handler. Cancelling is final; destroying a timer cancels it. A handler already
 // running finishes, but no further firing starts after cancel() returns.
 class Timer {
-public:
+  public:
     virtual ~Timer() = default;
     virtual void cancel() = 0;
 };
@@ -36,7 +36,7 @@ struct TimerSchedule {
 // Every queue, timer and background task of the program comes from here, and so does "now":
 // production runs real threads, tests run everything on virtual time.
 class Dispatcher {
-public:
+  public:
     virtual ~Dispatcher() = default;
 
     // The queue of published state and of the user interface.
@@ -58,7 +58,7 @@ namespace ostrel {
 // runMainLoop() serves on the thread that calls it. A GUI passes a main queue of its own,
 // served by its event loop; runMainLoop is then not used.
 class MainLoopDispatcher : public Dispatcher {
-public:
+  public:
     // Runs main-queue tasks until quitMainLoop(); tasks posted after the quit stay queued.
     virtual void runMainLoop() = 0;
     // Safe from any thread, also before runMainLoop() starts.

@@ -42,7 +42,7 @@ struct PreferenceValue {
 // user's layer only. Typed reads convert as the store's rules say; what cannot be converted
 // reads as 0, false or absent.
 class PreferencesStore {
-public:
+  public:
     virtual ~PreferencesStore() = default;
 
     // The forced value if the key is forced, else the user's value, else nothing.

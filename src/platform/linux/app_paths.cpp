@@ -40,7 +40,9 @@ std::filesystem::path applicationSupport() {
     return xdg("XDG_DATA_HOME", ".local/share") / kFolder;
 }
 
-std::filesystem::path logFile() { return xdg("XDG_STATE_HOME", ".local/state") / kFolder / "ostrel.log"; }
+std::filesystem::path logFile() {
+    return xdg("XDG_STATE_HOME", ".local/state") / kFolder / "ostrel.log";
+}
 
 std::filesystem::path commandChannelDirectory() {
     if (const char* value = std::getenv("XDG_RUNTIME_DIR"); value && value[0] == '/') {
@@ -49,6 +51,8 @@ std::filesystem::path commandChannelDirectory() {
     return xdg("XDG_STATE_HOME", ".local/state") / kFolder / "run";
 }
 
-std::filesystem::path autostartDirectory() { return xdg("XDG_CONFIG_HOME", ".config") / "autostart"; }
+std::filesystem::path autostartDirectory() {
+    return xdg("XDG_CONFIG_HOME", ".config") / "autostart";
+}
 
 }  // namespace ostrel::paths

@@ -14,7 +14,7 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Tasks in posting order, run by whoever calls runUntil* (a worker thread or the main loop).
 class TaskList {
-public:
+  public:
     void push(Task task) {
         {
             std::lock_guard lock(mutex_);
@@ -51,7 +51,7 @@ public:
         stop_ = false;
     }
 
-private:
+  private:
     std::mutex mutex_;
     std::condition_variable ready_;
     std::deque<Task> tasks_;
@@ -59,7 +59,7 @@ private:
 };
 
 class WorkerQueue final : public SerialQueue {
-public:
+  public:
     explicit WorkerQueue(std::string label)
         : label_(std::move(label)), thread_([this] { tasks_.runUntilStopped(); }) {}
     ~WorkerQueue() override {
@@ -69,14 +69,14 @@ public:
     void async(Task task) override { tasks_.push(std::move(task)); }
     const std::string& label() const override { return label_; }
 
-private:
+  private:
     std::string label_;
     TaskList tasks_;
     std::thread thread_;
 };
 
 class LoopQueue final : public SerialQueue {
-public:
+  public:
     void async(Task task) override { tasks_.push(std::move(task)); }
     const std::string& label() const override { return label_; }
     void run() {
@@ -85,7 +85,7 @@ public:
     }
     void quit() { tasks_.stop(); }
 
-private:
+  private:
     std::string label_ = "main";
     TaskList tasks_;
 };
@@ -102,7 +102,7 @@ struct TimerState {
 };
 
 class TimerThread {
-public:
+  public:
     TimerThread() : thread_([this] { run(); }) {}
     ~TimerThread() {
         {
@@ -126,7 +126,7 @@ public:
         changed_.notify_all();
     }
 
-private:
+  private:
     void run() {
         std::unique_lock lock(mutex_);
         while (!stop_) {
@@ -165,19 +165,19 @@ private:
 };
 
 class TimerHandle final : public Timer {
-public:
+  public:
     TimerHandle(TimerThread& thread, std::shared_ptr<TimerState> state)
         : thread_(thread), state_(std::move(state)) {}
     ~TimerHandle() override { cancel(); }
     void cancel() override { thread_.cancel(*state_); }
 
-private:
+  private:
     TimerThread& thread_;
     std::shared_ptr<TimerState> state_;
 };
 
 class ThreadDispatcher final : public MainLoopDispatcher {
-public:
+  public:
     explicit ThreadDispatcher(std::unique_ptr<SerialQueue> mainQueue)
         : externalMain_(std::move(mainQueue)) {}
 
@@ -224,7 +224,7 @@ public:
     void runMainLoop() override { loopMain_.run(); }
     void quitMainLoop() override { loopMain_.quit(); }
 
-private:
+  private:
     std::unique_ptr<SerialQueue> externalMain_;
     LoopQueue loopMain_;
     TimerThread timers_;
