@@ -1,6 +1,7 @@
 #include "platform/linux/cpu.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 
 #include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -96,7 +98,7 @@ std::optional<LoadAverages> LinuxCpuSource::loadAverages() {
 tl::expected<CpuTicks, ReadError> LinuxCpuSource::readTicks() {
     // The aggregate line comes first; the rest of a long file is not needed.
     std::array<char, 1024> buffer;
-    const auto text = linux_files::readInto(statPath_.c_str(), buffer);
+    const auto text = procfs::readFileAt(AT_FDCWD, statPath_.c_str(), buffer);
     if (!text) return tl::unexpected(text.error());
     return parseProcStatTicks(*text);
 }
@@ -138,7 +140,7 @@ std::optional<int> LinuxCpuSource::thermalState() {
     std::optional<int> state;
     for (const Zone& zone : *zones) {
         std::array<char, 32> buffer;
-        const auto text = linux_files::readInto(zone.temperaturePath.c_str(), buffer);
+        const auto text = procfs::readFileAt(AT_FDCWD, zone.temperaturePath.c_str(), buffer);
         std::optional<long> temperature;
         if (text) temperature = parseNumber<long>(text_scan::trim(*text));
         if (const auto level = zoneThermalLevel(temperature, zone.trips)) {

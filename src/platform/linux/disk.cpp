@@ -1,6 +1,7 @@
 #include "platform/linux/disk.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <limits>
 
 #include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -91,7 +93,7 @@ std::optional<DiskIOCounters> LinuxDiskSource::ioCounters() {
     if (disks.empty()) return std::nullopt;
     // A line is about 100 bytes; this holds several hundred devices.
     std::array<char, 65536> buffer;
-    const auto text = linux_files::readInto(diskstatsPath_.c_str(), buffer);
+    const auto text = procfs::readFileAt(AT_FDCWD, diskstatsPath_.c_str(), buffer);
     if (!text) return std::nullopt;
     if (text->size() < buffer.size()) return sumDiskstats(*text, disks);
     const auto whole = linux_files::readAll(diskstatsPath_.c_str());

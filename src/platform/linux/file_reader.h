@@ -11,13 +11,8 @@
 
 namespace ostrel::linux_files {
 
-// Reading errors from errno values of failed opens and reads.
-ReadError readErrorFromErrno(int error);
-
-// Reads a small file (a /proc or /sys entry) into `buffer` with a plain open and read, no
-// allocation. A file longer than the buffer comes back cut at the buffer's size; the parsers
-// read only what they need from the front.
-tl::expected<std::string_view, ReadError> readInto(const char* path, std::span<char> buffer);
+// Small files go through procfs::readFileAt into the caller's buffer; these helpers cover the
+// rest.
 
 // Reads a file of any length into a string, for the rare file that outgrows a stack buffer.
 tl::expected<std::string, ReadError> readAll(const char* path);

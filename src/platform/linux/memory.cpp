@@ -1,11 +1,13 @@
 #include "platform/linux/memory.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <limits>
 
 #include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -130,7 +132,7 @@ LinuxMemorySource::LinuxMemorySource(const std::string& procRoot)
 
 std::optional<int64_t> LinuxMemorySource::pressureLevel(const MeminfoValues& meminfo) {
     std::array<char, 512> buffer;
-    const auto text = linux_files::readInto(pressurePath_.c_str(), buffer);
+    const auto text = procfs::readFileAt(AT_FDCWD, pressurePath_.c_str(), buffer);
     const auto stall = text ? parsePressureMemory(*text) : std::nullopt;
     std::optional<double> unavailablePercent;
     if (!stall && meminfo.total && *meminfo.total > 0 && meminfo.available) {
@@ -149,7 +151,7 @@ MemorySnapshot LinuxMemorySource::read() {
     MemorySnapshot snapshot;
     std::array<char, 8192> buffer;
 
-    const auto meminfoText = linux_files::readInto(meminfoPath_.c_str(), buffer);
+    const auto meminfoText = procfs::readFileAt(AT_FDCWD, meminfoPath_.c_str(), buffer);
     const MeminfoValues meminfo = meminfoText ? parseMeminfo(*meminfoText) : MeminfoValues{};
     snapshot.totalBytes = meminfo.total;
     snapshot.pressureLevel = pressureLevel(meminfo);
@@ -158,7 +160,7 @@ MemorySnapshot LinuxMemorySource::read() {
                                   *meminfo.swapFree};
     }
 
-    const auto vmstatText = linux_files::readInto(vmstatPath_.c_str(), buffer);
+    const auto vmstatText = procfs::readFileAt(AT_FDCWD, vmstatPath_.c_str(), buffer);
     if (!meminfoText && !vmstatText) {
         snapshot.vmStats = tl::unexpected(meminfoText.error());
         return snapshot;

@@ -1,5 +1,6 @@
 #include "platform/linux/network.h"
 
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <linux/if_link.h>
 #include <linux/netlink.h>
@@ -14,6 +15,7 @@
 #include <cstring>
 
 #include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -203,10 +205,10 @@ std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() const {
         }
     }
     std::array<char, 16384> buffer;
-    if (const auto text = linux_files::readInto(routePath_.c_str(), buffer)) {
+    if (const auto text = procfs::readFileAt(AT_FDCWD, routePath_.c_str(), buffer)) {
         if (auto name = defaultRouteFromProcRoute(*text)) return name;
     }
-    if (const auto text = linux_files::readInto(ipv6RoutePath_.c_str(), buffer)) {
+    if (const auto text = procfs::readFileAt(AT_FDCWD, ipv6RoutePath_.c_str(), buffer)) {
         if (auto name = defaultRouteFromProcIpv6Route(*text)) return name;
     }
     return std::nullopt;
@@ -226,7 +228,7 @@ std::optional<std::string> LinuxNetworkSource::defaultRouteInterface() {
 
 tl::expected<std::vector<LinkEntry>, ReadError> LinuxNetworkSource::links() {
     ifaddrs* list = nullptr;
-    if (::getifaddrs(&list) != 0) return tl::unexpected(linux_files::readErrorFromErrno(errno));
+    if (::getifaddrs(&list) != 0) return tl::unexpected(procfs::readErrorFromErrno(errno));
     std::vector<LinkEntry> entries;
     for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
         // Link-level entries are the AF_PACKET ones; their data is the kernel's 32-bit

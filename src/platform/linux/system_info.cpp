@@ -1,6 +1,7 @@
 #include "platform/linux/system_info.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/utsname.h>
 #include <systemd/sd-login.h>
@@ -12,6 +13,7 @@
 #include <ctime>
 
 #include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -178,7 +180,8 @@ LinuxSystemInfoSource::LinuxSystemInfoSource(const std::string& procRoot,
     if (::uname(&names) == 0) osVersion_ = parseKernelRelease(names.release);
     hardwareModel_ = readModel(sysRoot);
     std::array<char, 16384> buffer;
-    if (const auto cpuinfo = linux_files::readInto((procRoot + "/cpuinfo").c_str(), buffer)) {
+    if (const auto cpuinfo =
+            procfs::readFileAt(AT_FDCWD, (procRoot + "/cpuinfo").c_str(), buffer)) {
         cpuBrand_ = parseCpuBrand(*cpuinfo);
     }
     if (const auto split = readCoreSplit(sysRoot)) {
@@ -190,7 +193,7 @@ LinuxSystemInfoSource::LinuxSystemInfoSource(const std::string& procRoot,
 std::string LinuxSystemInfoSource::hostName() {
     // The pretty name is the one people gave the machine; the kernel's name otherwise.
     std::array<char, 1024> buffer;
-    if (const auto text = linux_files::readInto(machineInfoPath_.c_str(), buffer)) {
+    if (const auto text = procfs::readFileAt(AT_FDCWD, machineInfoPath_.c_str(), buffer)) {
         if (auto pretty = parsePrettyHostname(*text)) return *pretty;
     }
     std::array<char, 256> name{};
