@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
+#include <linux/if_link.h>
 #include <linux/rtnetlink.h>
+#include <net/if.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
-#include "platform/linux/network.h"
+#include "platform/linux/route_netlink.h"
 
 namespace ostrel {
 namespace {
@@ -116,6 +119,73 @@ TEST(DefaultRouteFinder, TruncatedOrErrorAnswersFail) {
     nlmsghdr error{.nlmsg_len = sizeof(nlmsghdr), .nlmsg_type = NLMSG_ERROR};
     EXPECT_EQ(DefaultRouteFinder().feed({reinterpret_cast<const char*>(&error), sizeof(error)}),
               DefaultRouteFinder::Step::failed);
+}
+
+std::vector<char> linkReply(const char* name, unsigned flags,
+                            std::optional<rtnl_link_stats> stats) {
+    std::vector<char> bytes(NLMSG_LENGTH(sizeof(ifinfomsg)));
+    const auto attribute = [&](unsigned short type, const void* data, size_t size) {
+        const rtattr header{.rta_len = static_cast<unsigned short>(RTA_LENGTH(size)),
+                            .rta_type = type};
+        const size_t at = bytes.size();
+        bytes.resize(at + RTA_SPACE(size), 0);
+        std::memcpy(bytes.data() + at, &header, sizeof(header));
+        std::memcpy(bytes.data() + at + RTA_LENGTH(0), data, size);
+    };
+    attribute(IFLA_IFNAME, name, std::strlen(name) + 1);
+    if (stats) attribute(IFLA_STATS, &*stats, sizeof(*stats));
+    const nlmsghdr header{.nlmsg_len = static_cast<uint32_t>(bytes.size()),
+                          .nlmsg_type = RTM_NEWLINK};
+    const ifinfomsg message{.ifi_flags = flags};
+    std::memcpy(bytes.data(), &header, sizeof(header));
+    std::memcpy(bytes.data() + NLMSG_HDRLEN, &message, sizeof(message));
+    return bytes;
+}
+
+std::vector<char> errorReply(int error) {
+    struct {
+        nlmsghdr header;
+        nlmsgerr body;
+    } reply{};
+    reply.header = {.nlmsg_len = sizeof(reply), .nlmsg_type = NLMSG_ERROR};
+    reply.body.error = -error;
+    const auto* raw = reinterpret_cast<const char*>(&reply);
+    return {raw, raw + sizeof(reply)};
+}
+
+TEST(LinkReply, GivesFlagsAndThe32BitStatisticsOfTheInterface) {
+    rtnl_link_stats stats{};
+    stats.rx_packets = 1;
+    stats.tx_packets = 2;
+    stats.rx_bytes = 4294967295u;
+    stats.tx_bytes = 4;
+    stats.rx_errors = 5;
+    stats.tx_errors = 6;
+    const auto up = parseLinkReply(linkReply("wlan0", IFF_UP | IFF_RUNNING, stats));
+    ASSERT_TRUE(up && *up);
+    EXPECT_EQ((*up)->name, "wlan0");
+    EXPECT_TRUE((*up)->up);
+    EXPECT_FALSE((*up)->loopback);
+    ASSERT_TRUE((*up)->counters);
+    EXPECT_EQ((*up)->counters->bytesIn, 4294967295u);
+    EXPECT_EQ((*up)->counters->errorsOut, 6u);
+
+    const auto down = parseLinkReply(linkReply("lo", IFF_LOOPBACK, std::nullopt));
+    ASSERT_TRUE(down && *down);
+    EXPECT_FALSE((*down)->up);
+    EXPECT_TRUE((*down)->loopback);
+    EXPECT_FALSE((*down)->counters);
+}
+
+TEST(LinkReply, NoSuchDeviceIsNoEntryAndOtherRefusalsAreErrors) {
+    const auto missing = parseLinkReply(errorReply(ENODEV));
+    ASSERT_TRUE(missing);
+    EXPECT_FALSE(*missing);
+    EXPECT_EQ(parseLinkReply(errorReply(EPERM)), tl::unexpected(ReadError::permission));
+    auto cut = linkReply("eth0", IFF_UP, rtnl_link_stats{});
+    cut.resize(cut.size() - 8);
+    EXPECT_EQ(parseLinkReply(cut), tl::unexpected(ReadError::parse));
+    EXPECT_EQ(parseLinkReply({}), tl::unexpected(ReadError::parse));
 }
 
 }  // namespace

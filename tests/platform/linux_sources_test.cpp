@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
+#include <fstream>
 
 #include "platform/linux/cpu.h"
 #include "platform/linux/disk.h"
 #include "platform/linux/gpu.h"
+#include "platform/linux/kernel_file.h"
 #include "platform/linux/memory.h"
 #include "platform/linux/power.h"
 #include "platform/linux/system_info.h"
@@ -45,6 +48,40 @@ TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLev
     // With PSI: the critical level is left (full 3.1 < 5) but some 12.5 holds a warning.
     proc.write("pressure/memory", fixture("proc_pressure_memory_stalled.txt"));
     EXPECT_EQ(source.read().pressureLevel, 2);
+}
+
+TEST(LinuxMemorySource, ReadsVmstatFurtherWhenItsCountersStandLate) {
+    testing::TempDir proc;
+    std::string vmstat;
+    for (int i = 0; vmstat.size() < 3000; ++i)
+        vmstat += "nr_filler_" + std::to_string(i) + " 1\n";
+    proc.write("vmstat", vmstat + "pgpgin 8\npgpgout 16\npswpin 1\npswpout 2\n");
+    LinuxMemorySource source(proc.path());
+    const MemorySnapshot snapshot = source.read();
+    ASSERT_TRUE(snapshot.vmStats);
+    EXPECT_EQ(snapshot.vmStats->pageOuts, 16 * 1024 / sysconf(_SC_PAGESIZE));
+    EXPECT_EQ(snapshot.vmStats->swapOuts, 2);
+}
+
+TEST(KernelFile, ReadsTheCurrentTextEachTimeAndRetriesAMissingFile) {
+    testing::TempDir dir;
+    KernelFile file((dir / "loadavg").string());
+    std::array<char, 64> buffer;
+    EXPECT_EQ(file.read(buffer), tl::unexpected(ReadError::notFound));
+    dir.write("loadavg", "0.50 0.40 0.30 1/90 123\n");
+    EXPECT_EQ(file.read(buffer), std::string_view("0.50 0.40 0.30 1/90 123\n"));
+    // Rewritten in place, as the kernel regenerates its files: the same descriptor sees it.
+    {
+        std::ofstream rewrite(dir / "loadavg", std::ios::in | std::ios::out);
+        rewrite << "2.00";
+    }
+    EXPECT_EQ(file.read(std::span(buffer).first(4)), std::string_view("2.00"));
+    const auto loads = parseLoadAverages(*file.read(buffer));
+    ASSERT_TRUE(loads);
+    EXPECT_EQ(loads->oneMinute, 2.0);
+    EXPECT_EQ(loads->fifteenMinutes, 0.3);
+    EXPECT_FALSE(parseLoadAverages("0.1 0.2\n"));
+    EXPECT_FALSE(parseLoadAverages("0.1 -0.2 0.3\n"));
 }
 
 TEST(LinuxMemorySource, MissingFilesLeaveOnlyTheirOwnFigures) {

@@ -18,12 +18,14 @@ TEST(ThreadDispatcher, SerialQueueRunsTasksInOrderOffTheCallerThread) {
     auto queue = dispatcher->makeSerialQueue("com.ostrel.test");
     std::vector<int> order;
     std::promise<std::thread::id> ranOn;
-    for (int i = 0; i < 100; ++i) queue->async([&order, i] { order.push_back(i); });
+    for (int i = 0; i < 100; ++i)
+        queue->async([&order, i] { order.push_back(i); });
     queue->async([&] { ranOn.set_value(std::this_thread::get_id()); });
 
     EXPECT_NE(ranOn.get_future().get(), std::this_thread::get_id());
     std::vector<int> expected(100);
-    for (int i = 0; i < 100; ++i) expected[i] = i;
+    for (int i = 0; i < 100; ++i)
+        expected[i] = i;
     EXPECT_EQ(order, expected);
     EXPECT_EQ(queue->label(), "com.ostrel.test");
 }
