@@ -118,7 +118,8 @@ LinuxCpuSource::LinuxCpuSource(std::string procRoot, std::string sysRoot, const 
       loadavg_(procRoot + "/loadavg"),
       online_(sysRoot + "/devices/system/cpu/online"),
       thermalRoot_(sysRoot + "/class/thermal"),
-      clock_(clock) {}
+      clock_(clock),
+      zones_(clock, zoneRediscovery) {}
 
 int64_t LinuxCpuSource::processorCount() {
     const int64_t now = clock_.monotonic().count();
@@ -172,20 +173,8 @@ std::vector<LinuxCpuSource::Zone> LinuxCpuSource::discoverZones() const {
     return zones;
 }
 
-LinuxCpuSource::Zones LinuxCpuSource::currentZones() {
-    {
-        std::lock_guard lock(zonesLock_);
-        if (zones_ && clock_.monotonic() - zonesFoundAt_ < zoneRediscovery) return zones_;
-    }
-    auto zones = std::make_shared<const std::vector<Zone>>(discoverZones());
-    std::lock_guard lock(zonesLock_);
-    zones_ = zones;
-    zonesFoundAt_ = clock_.monotonic();
-    return zones;
-}
-
 std::optional<int> LinuxCpuSource::thermalState() {
-    const Zones zones = currentZones();
+    const auto zones = zones_.get([this] { return discoverZones(); });
     if (zones->empty()) return std::nullopt;
     std::optional<int> state;
     for (const Zone& zone : *zones) {

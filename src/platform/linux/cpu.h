@@ -11,6 +11,7 @@
 #include "platform/clock.h"
 #include "platform/cpu_source.h"
 #include "platform/linux/kernel_file.h"
+#include "platform/linux/timed_cache.h"
 
 namespace ostrel {
 
@@ -55,8 +56,6 @@ class LinuxCpuSource final : public CpuSource {
         std::string temperaturePath;
         std::vector<ThermalTrip> trips;
     };
-    using Zones = std::shared_ptr<const std::vector<Zone>>;
-    Zones currentZones();
     std::vector<Zone> discoverZones() const;
 
     KernelFile stat_;
@@ -67,9 +66,7 @@ class LinuxCpuSource final : public CpuSource {
     std::atomic<int64_t> onlineCountReadAt_{0};
     const std::string thermalRoot_;
     const Clock& clock_;
-    std::mutex zonesLock_;
-    Zones zones_;
-    Duration zonesFoundAt_{0};
+    TimedCache<std::vector<Zone>> zones_;
 };
 
 }  // namespace ostrel

@@ -62,7 +62,7 @@ LinuxDiskSource::LinuxDiskSource(std::string procRoot, std::string sysRoot, cons
       diskstats_(diskstatsPath_),
       blockRoot_(sysRoot + "/block"),
       volume_(std::move(volume)),
-      clock_(clock) {}
+      disks_(clock, diskRediscovery) {}
 
 DiskCapacity LinuxDiskSource::capacity() {
     struct statvfs info;
@@ -72,18 +72,6 @@ DiskCapacity LinuxDiskSource::capacity() {
     const uint64_t unit = info.f_frsize ? info.f_frsize : info.f_bsize;
     return {.totalBytes = static_cast<uint64_t>(info.f_blocks) * unit,
             .availableBytes = static_cast<uint64_t>(info.f_bavail) * unit};
-}
-
-LinuxDiskSource::Disks LinuxDiskSource::wholeDisks() {
-    {
-        std::lock_guard lock(disksLock_);
-        if (disks_ && clock_.monotonic() - disksFoundAt_ < diskRediscovery) return disks_;
-    }
-    auto disks = std::make_shared<const std::vector<std::string>>(findWholeDisks());
-    std::lock_guard lock(disksLock_);
-    disks_ = disks;
-    disksFoundAt_ = clock_.monotonic();
-    return disks;
 }
 
 std::vector<std::string> LinuxDiskSource::findWholeDisks() const {
@@ -102,7 +90,7 @@ std::vector<std::string> LinuxDiskSource::findWholeDisks() const {
 }
 
 std::optional<DiskIOCounters> LinuxDiskSource::ioCounters() {
-    const Disks disks = wholeDisks();
+    const auto disks = disks_.get([this] { return findWholeDisks(); });
     if (disks->empty()) return std::nullopt;
     // A line is about 100 bytes; this holds several hundred devices.
     std::array<char, 65536> buffer;

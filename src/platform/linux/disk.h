@@ -9,6 +9,7 @@
 #include "platform/clock.h"
 #include "platform/disk_source.h"
 #include "platform/linux/kernel_file.h"
+#include "platform/linux/timed_cache.h"
 
 namespace ostrel {
 
@@ -36,18 +37,13 @@ class LinuxDiskSource final : public DiskSource {
     std::optional<DiskIOCounters> ioCounters() override;
 
   private:
-    using Disks = std::shared_ptr<const std::vector<std::string>>;
-    Disks wholeDisks();
     std::vector<std::string> findWholeDisks() const;
 
     const std::string diskstatsPath_;
     KernelFile diskstats_;
     const std::string blockRoot_;
     const std::string volume_;
-    const Clock& clock_;
-    std::mutex disksLock_;
-    Disks disks_;
-    Duration disksFoundAt_{0};
+    TimedCache<std::vector<std::string>> disks_;
 };
 
 }  // namespace ostrel

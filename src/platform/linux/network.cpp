@@ -95,7 +95,7 @@ std::optional<std::string> interfaceName(int index) {
 LinuxNetworkSource::LinuxNetworkSource(std::string procRoot, const Clock& clock)
     : routePath_(procRoot + "/net/route"),
       ipv6RoutePath_(procRoot + "/net/ipv6_route"),
-      clock_(clock) {}
+      route_(clock, routeValidity) {}
 
 template <class Request>
 auto LinuxNetworkSource::withSocket(Request request)
@@ -131,15 +131,7 @@ std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() {
 }
 
 std::optional<std::string> LinuxNetworkSource::defaultRouteInterface() {
-    {
-        std::lock_guard lock(routeLock_);
-        if (routeFoundAt_ && clock_.monotonic() - *routeFoundAt_ < routeValidity) return route_;
-    }
-    auto route = lookUpDefaultRoute();
-    std::lock_guard lock(routeLock_);
-    route_ = route;
-    routeFoundAt_ = clock_.monotonic();
-    return route;
+    return *route_.get([this] { return lookUpDefaultRoute(); });
 }
 
 tl::expected<std::optional<LinkEntry>, ReadError> LinuxNetworkSource::link(

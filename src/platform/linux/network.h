@@ -9,6 +9,7 @@
 #include "platform/clock.h"
 #include "platform/linux/idle_slot.h"
 #include "platform/linux/route_netlink.h"
+#include "platform/linux/timed_cache.h"
 #include "platform/network_source.h"
 
 namespace ostrel {
@@ -42,10 +43,7 @@ class LinuxNetworkSource final : public NetworkSource {
 
     const std::string routePath_;
     const std::string ipv6RoutePath_;
-    const Clock& clock_;
-    std::mutex routeLock_;
-    std::optional<std::string> route_;
-    std::optional<Duration> routeFoundAt_;
+    TimedCache<std::optional<std::string>> route_;
     IdleSlot<RouteNetlinkSocket> socket_;
 };
 

@@ -156,35 +156,28 @@ class SystemBusConnection {
 };
 
 LinuxPowerSource::LinuxPowerSource(std::string sysRoot, const Clock& clock)
-    : supplyRoot_(sysRoot + "/class/power_supply"), clock_(clock) {}
+    : supplyRoot_(sysRoot + "/class/power_supply"),
+      clock_(clock),
+      supplies_(clock, supplyRediscovery) {}
 
 LinuxPowerSource::~LinuxPowerSource() = default;
 
-std::shared_ptr<const std::vector<std::string>> LinuxPowerSource::supplyFiles() {
-    {
-        std::lock_guard lock(suppliesLock_);
-        if (supplies_ && clock_.monotonic() - suppliesFoundAt_ < supplyRediscovery) {
-            return supplies_;
-        }
-    }
+std::vector<std::string> LinuxPowerSource::findSupplyFiles() const {
     std::vector<std::string> files;
     if (DIR* dir = ::opendir(supplyRoot_.c_str())) {
         while (const dirent* entry = ::readdir(dir)) {
-            if (entry->d_name[0] != '.')
+            if (entry->d_name[0] != '.') {
                 files.push_back(supplyRoot_ + "/" + entry->d_name + "/uevent");
+            }
         }
         ::closedir(dir);
     }
     std::sort(files.begin(), files.end());
-    auto found = std::make_shared<const std::vector<std::string>>(std::move(files));
-    std::lock_guard lock(suppliesLock_);
-    supplies_ = found;
-    suppliesFoundAt_ = clock_.monotonic();
-    return found;
+    return files;
 }
 
 std::vector<PowerSourceDescription> LinuxPowerSource::powerSources() {
-    const auto files = supplyFiles();
+    const auto files = supplies_.get([this] { return findSupplyFiles(); });
     if (files->empty()) return {};
     std::vector<PowerSupplyReading> supplies;
     supplies.reserve(files->size());

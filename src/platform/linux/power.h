@@ -9,6 +9,7 @@
 
 #include "platform/clock.h"
 #include "platform/linux/idle_slot.h"
+#include "platform/linux/timed_cache.h"
 #include "platform/power_source.h"
 
 namespace ostrel {
@@ -62,13 +63,11 @@ class LinuxPowerSource final : public PowerSource {
     tl::expected<std::vector<SleepAssertion>, ReadError> sleepAssertions() override;
 
   private:
-    std::shared_ptr<const std::vector<std::string>> supplyFiles();
+    std::vector<std::string> findSupplyFiles() const;
 
     const std::string supplyRoot_;
     const Clock& clock_;
-    std::mutex suppliesLock_;
-    std::shared_ptr<const std::vector<std::string>> supplies_;
-    Duration suppliesFoundAt_{0};
+    TimedCache<std::vector<std::string>> supplies_;
     IdleSlot<SystemBusConnection> bus_;
     std::mutex busLock_;
     std::optional<Duration> lastBusFailure_;
