@@ -27,22 +27,6 @@ struct FakeProcessSource : ProcessSource {
     }
 };
 
-struct FakeProcessNetworkSource : ProcessNetworkSource {
-    int reads = 0;
-    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override {
-        ++reads;
-        return std::vector<ProcessNetworkCounters>{{42, "worker", 100, 200}};
-    }
-};
-
-struct FakeProcessDiskSource : ProcessDiskSource {
-    int reads = 0;
-    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() override {
-        ++reads;
-        return std::vector<ProcessDiskCounters>{};
-    }
-};
-
 // The disk capacity read takes 1.5 ms of virtual time, so the timing line has a figure to show.
 struct SlowDiskSource : testing::FakeDiskSource {
     testing::VirtualClock* clock = nullptr;
@@ -60,8 +44,6 @@ class MetricsAggregatorTest : public ::testing::Test {
         cpu = cpuSource.get();
         disk = diskSource.get();
         disk->clock = &dispatcher.virtualClock();
-        processNetwork = std::make_shared<FakeProcessNetworkSource>();
-        processDisk = std::make_shared<FakeProcessDiskSource>();
         CollectionSources sources{
             .cpu = std::move(cpuSource),
             .memory = std::make_unique<testing::FakeMemorySource>(),
@@ -71,9 +53,7 @@ class MetricsAggregatorTest : public ::testing::Test {
             .gpu = std::make_unique<testing::FakeGpuSource>(),
             .system = std::make_unique<testing::FakeSystemInfoSource>(),
         };
-        ProcessSources processSources{.processes = std::make_shared<FakeProcessSource>(),
-                                      .disk = processDisk,
-                                      .network = processNetwork};
+        ProcessSources processSources{.processes = std::make_shared<FakeProcessSource>()};
         aggregator = std::make_unique<MetricsAggregator>(std::move(sources),
                                                          std::move(processSources), dispatcher);
     }
@@ -89,8 +69,6 @@ class MetricsAggregatorTest : public ::testing::Test {
     testing::VirtualDispatcher dispatcher;
     testing::FakeCpuSource* cpu = nullptr;
     SlowDiskSource* disk = nullptr;
-    std::shared_ptr<FakeProcessNetworkSource> processNetwork;
-    std::shared_ptr<FakeProcessDiskSource> processDisk;
     std::unique_ptr<MetricsAggregator> aggregator;
 };
 
@@ -132,8 +110,6 @@ TEST_F(MetricsAggregatorTest, ProcessListsFollowTheirOwnToggleAndThoseOfNetworkA
     noProcesses.collectProcesses = false;
     EXPECT_FALSE(aggregator->collectAll(noProcesses, true).processes);
     EXPECT_FALSE(aggregator->collectFastMetrics(MonitorConfig{}).processes);
-    EXPECT_EQ(processNetwork->reads, 1);
-    EXPECT_EQ(processDisk->reads, 2);
 }
 
 TEST_F(MetricsAggregatorTest, OnlyStorageSamplesMoveTheCpuAndDiskBaselines) {

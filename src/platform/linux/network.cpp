@@ -119,7 +119,7 @@ std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() {
             if (auto name = interfaceName(**index)) return name;
         }
     }
-    // Without route netlink (a sandbox may refuse it), the kernel's text tables.
+    // Without route netlink (a sandbox may refuse it) or a single-hop default, the text tables.
     std::array<char, 16384> buffer;
     if (const auto text = procfs::readFileAt(AT_FDCWD, routePath_.c_str(), buffer)) {
         if (auto name = defaultRouteFromProcRoute(*text)) return name;

@@ -24,17 +24,6 @@ std::optional<T> readStruct(std::span<const char> bytes) {
     return value;
 }
 
-// The interface of the first next hop that is neither dead nor link-down.
-std::optional<int> firstLiveNextHop(std::span<const char> attribute) {
-    while (auto hop = readStruct<rtnexthop>(attribute)) {
-        if (hop->rtnh_len < sizeof(rtnexthop) || hop->rtnh_len > attribute.size()) break;
-        if (!(hop->rtnh_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN))) return hop->rtnh_ifindex;
-        const size_t advance = RTNH_ALIGN(hop->rtnh_len);
-        attribute = attribute.subspan(advance < attribute.size() ? advance : attribute.size());
-    }
-    return std::nullopt;
-}
-
 // The rest of `bytes` after `length` bytes aligned as netlink aligns them.
 std::span<const char> after(std::span<const char> bytes, size_t length) {
     return bytes.subspan(length < bytes.size() ? length : bytes.size());
@@ -78,8 +67,6 @@ void DefaultRouteFinder::consider(std::span<const char> route) {
             if (auto value = readStruct<uint32_t>(payload)) metric = *value;
         } else if (attribute->rta_type == RTA_OIF) {
             if (auto value = readStruct<int32_t>(payload)) index = *value;
-        } else if (attribute->rta_type == RTA_MULTIPATH && !index) {
-            index = firstLiveNextHop(payload);
         }
         const size_t advance = RTA_ALIGN(attribute->rta_len);
         attributes = attributes.subspan(advance < attributes.size() ? advance : attributes.size());

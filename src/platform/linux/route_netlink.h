@@ -14,7 +14,8 @@ namespace ostrel {
 
 // Collects the answer to a netlink dump of routes (RTM_GETROUTE) one received chunk at a time,
 // keeping the usable default route of the main table with the lowest metric. Usable: a unicast
-// route whose next hop is neither dead nor on a link that is down.
+// route whose next hop is neither dead nor on a link that is down. A multipath route names no
+// single interface and is passed over; the text table, which shows its first hop, stands in.
 class DefaultRouteFinder {
   public:
     enum class Step { more, done, failed };
