@@ -32,7 +32,8 @@ bool leadingTruth(std::string_view text) {
     size_t i = text.find_first_not_of(kBlanks);
     if (i == std::string_view::npos) return false;
     if (text[i] == '+' || text[i] == '-') ++i;
-    while (i < text.size() && text[i] == '0') ++i;
+    while (i < text.size() && text[i] == '0')
+        ++i;
     if (i >= text.size()) return false;
     const char c = text[i];
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');

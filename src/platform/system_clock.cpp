@@ -4,7 +4,7 @@ namespace ostrel {
 namespace {
 
 class SystemClock final : public Clock {
-public:
+  public:
     Date now() const override { return std::chrono::system_clock::now(); }
     Duration monotonic() const override {
         return std::chrono::steady_clock::now().time_since_epoch();

@@ -35,8 +35,8 @@ Fields fieldsOf(Date date, bool local) {
     } else {
         gmtime_r(&seconds, &tm);
     }
-    return {tm.tm_year + 1900, tm.tm_mon + 1,  tm.tm_mday, tm.tm_hour,
-            tm.tm_min,         tm.tm_sec,      fraction,   local ? tm.tm_gmtoff : 0};
+    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour,
+            tm.tm_min,         tm.tm_sec,     fraction,   local ? tm.tm_gmtoff : 0};
 }
 
 std::string zoneSuffix(long offsetSeconds) {
@@ -62,7 +62,7 @@ int64_t daysFromCivil(int64_t y, unsigned m, unsigned d) {
 }
 
 class Scanner {
-public:
+  public:
     explicit Scanner(std::string_view text) : text_(text) {}
 
     bool digits(size_t count, int& out) {
@@ -87,7 +87,7 @@ public:
     }
     bool atEnd() const { return position_ == text_.size(); }
 
-private:
+  private:
     std::string_view text_;
     size_t position_ = 0;
 };
@@ -95,14 +95,13 @@ private:
 std::optional<Date> parseInternetDateTime(std::string_view text, bool fractional) {
     Scanner scan(text);
     int year, month, day, hour, minute, second;
-    if (!(scan.digits(4, year) && scan.literal('-') && scan.digits(2, month) &&
-          scan.literal('-') && scan.digits(2, day) && (scan.literal('T') || scan.literal('t')) &&
-          scan.digits(2, hour) && scan.literal(':') && scan.digits(2, minute) &&
-          scan.literal(':') && scan.digits(2, second))) {
+    if (!(scan.digits(4, year) && scan.literal('-') && scan.digits(2, month) && scan.literal('-') &&
+          scan.digits(2, day) && (scan.literal('T') || scan.literal('t')) && scan.digits(2, hour) &&
+          scan.literal(':') && scan.digits(2, minute) && scan.literal(':') &&
+          scan.digits(2, second))) {
         return std::nullopt;
     }
-    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 ||
-        second > 60) {
+    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60) {
         return std::nullopt;
     }
     nanoseconds fraction{0};
@@ -151,7 +150,9 @@ std::string iso8601WithFractionalSeconds(Date date) {
     return fmt::format("{}.{:03}Z", dateTime(f), f.millisecond);
 }
 
-std::string iso8601(Date date) { return dateTime(fieldsOf(date, false)) + "Z"; }
+std::string iso8601(Date date) {
+    return dateTime(fieldsOf(date, false)) + "Z";
+}
 
 std::optional<Date> parseIso8601WithFractionalSeconds(std::string_view text) {
     return parseInternetDateTime(text, true);

@@ -11,9 +11,11 @@ namespace {
 // slash (escaped by convention), and every non-ASCII byte, which needs a UTF-8 check.
 constexpr std::array<bool, 256> kNeedsAttention = [] {
     std::array<bool, 256> table{};
-    for (int c = 0; c < 0x20; ++c) table[c] = true;
+    for (int c = 0; c < 0x20; ++c)
+        table[c] = true;
     table['"'] = table['\\'] = table['/'] = true;
-    for (int c = 0x80; c < 0x100; ++c) table[c] = true;
+    for (int c = 0x80; c < 0x100; ++c)
+        table[c] = true;
     return table;
 }();
 
@@ -62,14 +64,30 @@ void appendEscaped(std::string& out, std::string_view text) {
         }
         out.append(text.data() + runStart, i - runStart);
         switch (c) {
-            case '"': out += "\\\""; break;
-            case '\\': out += "\\\\"; break;
-            case '/': out += "\\/"; break;
-            case '\b': out += "\\b"; break;
-            case '\f': out += "\\f"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
+            case '"':
+                out += "\\\"";
+                break;
+            case '\\':
+                out += "\\\\";
+                break;
+            case '/':
+                out += "\\/";
+                break;
+            case '\b':
+                out += "\\b";
+                break;
+            case '\f':
+                out += "\\f";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
             default:
                 if (c < 0x20) {
                     static constexpr char kHex[] = "0123456789abcdef";

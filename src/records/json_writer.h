@@ -9,7 +9,7 @@ namespace ostrel {
 // Appends compact JSON to a string: no spaces, "/" escaped as "\/", invalid UTF-8 replaced by
 // U+FFFD so that every line it writes can be read back. Commas are placed by the writer.
 class JsonWriter {
-public:
+  public:
     explicit JsonWriter(std::string& out) : out_(out) {}
 
     void beginObject();
@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool number(double value);
     void null();
 
-private:
+  private:
     void separate();
 
     std::string& out_;

@@ -15,7 +15,9 @@ inline std::optional<LogLevel> logLevelFromRaw(int64_t raw) {
     return static_cast<LogLevel>(raw);
 }
 
-inline int logLevelRaw(LogLevel level) { return static_cast<int>(level); }
+inline int logLevelRaw(LogLevel level) {
+    return static_cast<int>(level);
+}
 
 // The name the log and the settings show: "Debug", "Info", "Warning", "Errors Only".
 std::string_view displayName(LogLevel level);

@@ -116,10 +116,8 @@ template <>
 struct Table<ProcessMetrics> {
     using R = ProcessMetrics;
     static constexpr FieldSpec<R> fields[] = {
-        field<&R::topCPU>("top_cpu_processes"),
-        field<&R::topMemory>("top_mem_processes"),
-        field<&R::topNetwork>("top_net_processes"),
-        field<&R::topDisk>("top_disk_processes"),
+        field<&R::topCPU>("top_cpu_processes"),     field<&R::topMemory>("top_mem_processes"),
+        field<&R::topNetwork>("top_net_processes"), field<&R::topDisk>("top_disk_processes"),
         field<&R::processCount>("process_count"),
     };
 };
@@ -315,10 +313,14 @@ bool endsWithObject(std::string_view text) {
 std::string JsonError::message() const {
     const std::string suffix = key.empty() ? "" : " \"" + key + "\"";
     switch (kind) {
-        case Kind::invalidJson: return "invalid JSON" + suffix;
-        case Kind::wrongType: return "wrong type for key" + suffix;
-        case Kind::missingKey: return "missing key" + suffix;
-        case Kind::nonFiniteNumber: return "a number is not finite" + suffix;
+        case Kind::invalidJson:
+            return "invalid JSON" + suffix;
+        case Kind::wrongType:
+            return "wrong type for key" + suffix;
+        case Kind::missingKey:
+            return "missing key" + suffix;
+        case Kind::nonFiniteNumber:
+            return "a number is not finite" + suffix;
     }
     return "invalid JSON";
 }
@@ -348,10 +350,10 @@ tl::expected<Record, JsonError> decodeJson(std::string_view text) {
     if (parser.iterate(padded.data(), text.size(), padded.size()).get(document)) return invalid();
     simdjson::ondemand::object object;
     if (auto error = document.get_object().get(object)) {
-        return tl::unexpected(JsonError{
-            error == simdjson::INCORRECT_TYPE ? JsonError::Kind::wrongType
-                                              : JsonError::Kind::invalidJson,
-            {}});
+        return tl::unexpected(JsonError{error == simdjson::INCORRECT_TYPE
+                                            ? JsonError::Kind::wrongType
+                                            : JsonError::Kind::invalidJson,
+                                        {}});
     }
     Record record{};
     if (auto failure = json::readObject(object, record)) {

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-
 #include <tl/expected.hpp>
 
 #include "records/alert_event.h"

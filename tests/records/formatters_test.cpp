@@ -16,7 +16,7 @@ const Date kMoment = Date(1795360530s + 123ms);
 
 // Runs the body with the process's zone set by a POSIX rule, which needs no zone database.
 class InZone {
-public:
+  public:
     explicit InZone(const char* rule) {
         if (const char* old = std::getenv("TZ")) previous_ = old;
         setenv("TZ", rule, 1);
@@ -31,7 +31,7 @@ public:
         tzset();
     }
 
-private:
+  private:
     std::string previous_;
 };
 
@@ -59,9 +59,9 @@ TEST(Formatters, OffsetZeroPrintsZAndOddOffsetsKeepTheirMinutes) {
 
 TEST(Formatters, ParsersReadBackWhatTheFormsWrite) {
     InZone eastern("EST5");
-    EXPECT_EQ(Formatters::parseIso8601WithFractionalSeconds(
-                  Formatters::localIso8601WithOffset(kMoment)),
-              kMoment);
+    EXPECT_EQ(
+        Formatters::parseIso8601WithFractionalSeconds(Formatters::localIso8601WithOffset(kMoment)),
+        kMoment);
     EXPECT_EQ(Formatters::parseIso8601WithFractionalSeconds("2026-11-22T15:15:30.123Z"), kMoment);
     EXPECT_EQ(Formatters::parseIso8601("2026-11-22T15:15:30Z"), Date(1795360530s));
     EXPECT_EQ(Formatters::parseIso8601("2026-11-22T20:45:30+05:30"), Date(1795360530s));
@@ -70,9 +70,9 @@ TEST(Formatters, ParsersReadBackWhatTheFormsWrite) {
     // Each parser insists on its own form.
     EXPECT_FALSE(Formatters::parseIso8601("2026-11-22T15:15:30.123Z"));
     EXPECT_FALSE(Formatters::parseIso8601WithFractionalSeconds("2026-11-22T15:15:30Z"));
-    for (const char* bad : {"", "2026-11-22", "2026-11-22T15:15:30", "2026-13-01T00:00:00Z",
-                            "2026-11-22T25:00:00Z", "2026-11-22T15:15:30Zjunk",
-                            "2026-11-22 15:15:30Z", "2026-11-22T15:15:30+5"}) {
+    for (const char* bad :
+         {"", "2026-11-22", "2026-11-22T15:15:30", "2026-13-01T00:00:00Z", "2026-11-22T25:00:00Z",
+          "2026-11-22T15:15:30Zjunk", "2026-11-22 15:15:30Z", "2026-11-22T15:15:30+5"}) {
         EXPECT_FALSE(Formatters::parseIso8601(bad)) << bad;
     }
 }

@@ -27,24 +27,34 @@ SystemMetrics fullSample() {
                        .thermalThrottle = false,
                        .thermalState = "nominal",
                        .thermalLevel = 0};
-    m.memory = MemoryMetrics{.totalMB = 16384, .freeMB = 1024.5, .pressureLevel = 1,
-                             .pressureString = "normal", .pageIns = 123456789};
+    m.memory = MemoryMetrics{.totalMB = 16384,
+                             .freeMB = 1024.5,
+                             .pressureLevel = 1,
+                             .pressureString = "normal",
+                             .pageIns = 123456789};
     m.disk = DiskMetrics{.totalGB = 500.1, .percentUsed = 42, .readKBPerSec = 0.1};
-    m.network = NetworkMetrics{.interface = "eth0", .bytesIn = 4294967295,
-                               .internetConnected = true};
+    m.network =
+        NetworkMetrics{.interface = "eth0", .bytesIn = 4294967295, .internetConnected = true};
     m.processes = ProcessMetrics{
-        .topCPU = std::vector<ProcessMetricInfo>{{.pid = 42, .ppid = 1, .name = "Safari",
-                                                  .cpuPercent = 99.9, .memoryMB = 512.25,
+        .topCPU = std::vector<ProcessMetricInfo>{{.pid = 42,
+                                                  .ppid = 1,
+                                                  .name = "Safari",
+                                                  .cpuPercent = 99.9,
+                                                  .memoryMB = 512.25,
                                                   .user = "alice"}},
         .topMemory = std::vector<ProcessMetricInfo>{},
-        .topNetwork = std::vector<ProcessNetworkInfo>{
-            {.pid = 7, .name = "curl", .bytesIn = std::numeric_limits<uint64_t>::max(),
-             .bytesOut = 1}},
-        .topDisk = std::vector<ProcessDiskInfo>{
-            {.pid = 8, .name = "dd", .readBytesPerSec = 1e9, .writeBytesPerSec = 0}},
+        .topNetwork =
+            std::vector<ProcessNetworkInfo>{{.pid = 7,
+                                             .name = "curl",
+                                             .bytesIn = std::numeric_limits<uint64_t>::max(),
+                                             .bytesOut = 1}},
+        .topDisk =
+            std::vector<ProcessDiskInfo>{
+                {.pid = 8, .name = "dd", .readBytesPerSec = 1e9, .writeBytesPerSec = 0}},
         .processCount = 75};
     m.power = PowerMetrics{.onBattery = false, .onAC = true, .batteryState = "charged"};
-    m.gpu = GPUMetrics{.model = "Virtio GPU", .inUseMemoryBytes = 18446744073709551615ULL,
+    m.gpu = GPUMetrics{.model = "Virtio GPU",
+                       .inUseMemoryBytes = 18446744073709551615ULL,
                        .topGPU = std::vector<GPUProcessInfo>{
                            {.pid = 9, .name = "WindowServer", .accumulatedGPUTimeNs = 1}}};
     m.system = SystemInfo{.uptimeSeconds = 3600, .uptimeHours = 1, .macOSVersion = "6.1.0"};
@@ -66,10 +76,15 @@ TEST(RecordJson, EveryLineKindRoundTrips) {
     EXPECT_EQ(*decodedSample, expected);
 
     WatchedProcessEvent watched{.timestamp = "2026-11-22T15:15:30.123Z", .hostname = "h"};
-    watched.watched = {.pattern = "Slack", .processCount = 3, .cpuPercent = 1.5,
-                       .memoryMB = 300.25, .networkBytesIn = 18446744073709551615ULL,
-                       .networkBytesOut = 2, .diskReadBytesPerSec = 4096,
-                       .diskWriteBytesPerSec = 0.5, .pids = {1, 2, 3}};
+    watched.watched = {.pattern = "Slack",
+                       .processCount = 3,
+                       .cpuPercent = 1.5,
+                       .memoryMB = 300.25,
+                       .networkBytesIn = 18446744073709551615ULL,
+                       .networkBytesOut = 2,
+                       .diskReadBytesPerSec = 4096,
+                       .diskWriteBytesPerSec = 0.5,
+                       .pids = {1, 2, 3}};
     const std::string watchedLine = encoded(watched);
     EXPECT_EQ(watchedLine.find("pids"), std::string::npos);
     auto decodedWatched = decodeJson<WatchedProcessEvent>(watchedLine);
@@ -79,10 +94,12 @@ TEST(RecordJson, EveryLineKindRoundTrips) {
     EXPECT_EQ(*decodedWatched, expectedWatched);
 
     AlertEvent alert{.timestamp = Date(1795341605s), .hostname = "h"};
-    alert.alert = {.type = std::string(Constants::Alerts::cpuHigh), .message = "CPU at 97.0%",
-                   .value = "97.0%", .threshold = "90%",
-                   .topCPUProcesses = std::vector<AlertProcessInfo>{{.pid = 1, .name = "yes",
-                                                                     .cpuPercent = 99.5}}};
+    alert.alert = {.type = std::string(Constants::Alerts::cpuHigh),
+                   .message = "CPU at 97.0%",
+                   .value = "97.0%",
+                   .threshold = "90%",
+                   .topCPUProcesses = std::vector<AlertProcessInfo>{
+                       {.pid = 1, .name = "yes", .cpuPercent = 99.5}}};
     const std::string alertLine = encoded(alert);
     EXPECT_EQ(alertLine.rfind("{\"timestamp\":\"2026-11-22T10:00:05Z\",\"hostname\":\"h\","
                               "\"eventType\":\"alert\",\"alert\":{\"type\":\"cpu_high\"",
@@ -103,8 +120,12 @@ TEST(RecordJson, EveryLineKindRoundTrips) {
 
 TEST(RecordJson, WritesKeysInTableOrderWithoutSpacesOrAbsentFields) {
     SystemMetrics sample{.timestamp = "t", .hostname = "h"};
-    sample.cpu = CPUMetrics{.loadAverage1m = 0.1, .loadAverage5m = 12.30, .loadAverage15m = 100,
-                            .cpuCount = 2, .loadPercent = 5, .idlePercent = 99.9};
+    sample.cpu = CPUMetrics{.loadAverage1m = 0.1,
+                            .loadAverage5m = 12.30,
+                            .loadAverage15m = 100,
+                            .cpuCount = 2,
+                            .loadPercent = 5,
+                            .idlePercent = 99.9};
     EXPECT_EQ(encoded(sample),
               "{\"timestamp\":\"t\",\"hostname\":\"h\",\"cpu\":{\"load_1m\":0.1,\"load_5m\":12.3,"
               "\"load_15m\":100,\"cpu_count\":2,\"load_percent\":5,\"cpu_idle\":99.9}}");
@@ -123,8 +144,9 @@ TEST(RecordJson, WritesKeysInTableOrderWithoutSpacesOrAbsentFields) {
 
 TEST(RecordJson, EscapesStringsAndReadsBothSlashForms) {
     SystemMetrics sample{.timestamp = "t", .hostname = "a/b \"q\" \\ \n\t\x01 é"};
-    EXPECT_EQ(encoded(sample), "{\"timestamp\":\"t\",\"hostname\":"
-                               "\"a\\/b \\\"q\\\" \\\\ \\n\\t\\u0001 é\"}");
+    EXPECT_EQ(encoded(sample),
+              "{\"timestamp\":\"t\",\"hostname\":"
+              "\"a\\/b \\\"q\\\" \\\\ \\n\\t\\u0001 é\"}");
     EXPECT_EQ(decodeJson<SystemMetrics>(encoded(sample))->hostname, sample.hostname);
     EXPECT_EQ(decodeJson<SystemMetrics>("{\"timestamp\":\"t\",\"hostname\":\"a/b\"}")->hostname,
               "a/b");
@@ -152,8 +174,8 @@ TEST(RecordJson, NonFiniteNumberFailsTheWholeRecordAndLeavesTheBufferAlone) {
 
 TEST(RecordJson, DecodingRulesForMissingNullUnknownAndMistypedKeys) {
     const auto decode = [](const std::string& cpu) {
-        return decodeJson<SystemMetrics>("{\"timestamp\":\"t\",\"hostname\":\"h\",\"cpu\":{" +
-                                         cpu + "}}");
+        return decodeJson<SystemMetrics>("{\"timestamp\":\"t\",\"hostname\":\"h\",\"cpu\":{" + cpu +
+                                         "}}");
     };
     const std::string required =
         "\"load_1m\":1,\"load_5m\":2,\"load_15m\":3,\"cpu_count\":4,\"load_percent\":25";
@@ -175,8 +197,9 @@ TEST(RecordJson, DecodingRulesForMissingNullUnknownAndMistypedKeys) {
     ASSERT_TRUE(nullOptional);
     EXPECT_FALSE(nullOptional->cpu->userPercent);
     EXPECT_FALSE(nullOptional->cpu->thermalState);
-    EXPECT_FALSE(decode("\"load_1m\":1,\"load_5m\":2,\"load_15m\":3,\"cpu_count\":4,"
-                        "\"load_percent\":null"));
+    EXPECT_FALSE(
+        decode("\"load_1m\":1,\"load_5m\":2,\"load_15m\":3,\"cpu_count\":4,"
+               "\"load_percent\":null"));
 
     // Unknown keys of any shape are skipped, in any order.
     auto unknown = decode("\"extra\":{\"a\":[1,{\"b\":null}]},\"cpu_user\":7.5," + required +
@@ -189,8 +212,9 @@ TEST(RecordJson, DecodingRulesForMissingNullUnknownAndMistypedKeys) {
     ASSERT_FALSE(wrong);
     EXPECT_EQ(wrong.error().kind, JsonError::Kind::wrongType);
     EXPECT_EQ(wrong.error().key, "thermal_level");
-    EXPECT_FALSE(decode("\"load_1m\":1,\"load_5m\":2,\"load_15m\":3,\"cpu_count\":4.5,"
-                        "\"load_percent\":25"));
+    EXPECT_FALSE(
+        decode("\"load_1m\":1,\"load_5m\":2,\"load_15m\":3,\"cpu_count\":4.5,"
+               "\"load_percent\":25"));
 
     // Not an object, cut short, trailing text: invalid.
     EXPECT_FALSE(decodeJson<SystemMetrics>("[1,2]"));
@@ -200,19 +224,23 @@ TEST(RecordJson, DecodingRulesForMissingNullUnknownAndMistypedKeys) {
 }
 
 TEST(RecordJson, UnsignedCountersKeepTheirFullRange) {
-    ProcessNetworkInfo info{.pid = 1, .name = "n", .bytesIn = 18446744073709551615ULL,
+    ProcessNetworkInfo info{.pid = 1,
+                            .name = "n",
+                            .bytesIn = 18446744073709551615ULL,
                             .bytesOut = 9223372036854775808ULL};
     const std::string line = encoded(info);
-    EXPECT_EQ(line, "{\"pid\":1,\"name\":\"n\",\"bytes_in\":18446744073709551615,"
-                    "\"bytes_out\":9223372036854775808}");
+    EXPECT_EQ(line,
+              "{\"pid\":1,\"name\":\"n\",\"bytes_in\":18446744073709551615,"
+              "\"bytes_out\":9223372036854775808}");
     EXPECT_EQ(*decodeJson<ProcessNetworkInfo>(line), info);
     EXPECT_FALSE(decodeJson<ProcessNetworkInfo>(
         "{\"pid\":1,\"name\":\"n\",\"bytes_in\":-1,\"bytes_out\":0}"));
 }
 
 TEST(RecordJson, AlertNeedsAnInternetDateWithoutFractions) {
-    const std::string body = ",\"hostname\":\"h\",\"eventType\":\"alert\",\"alert\":{\"type\":"
-                             "\"cpu_high\",\"message\":\"m\",\"value\":\"v\"}}";
+    const std::string body =
+        ",\"hostname\":\"h\",\"eventType\":\"alert\",\"alert\":{\"type\":"
+        "\"cpu_high\",\"message\":\"m\",\"value\":\"v\"}}";
     EXPECT_TRUE(decodeJson<AlertEvent>("{\"timestamp\":\"2026-11-22T10:00:05Z\"" + body));
     EXPECT_TRUE(decodeJson<AlertEvent>("{\"timestamp\":\"2026-11-22T05:00:05-05:00\"" + body));
     EXPECT_FALSE(decodeJson<AlertEvent>("{\"timestamp\":\"2026-11-22T10:00:05.123Z\"" + body));

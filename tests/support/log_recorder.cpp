@@ -15,7 +15,9 @@ LogRecorder::LogRecorder() : sink_(std::make_shared<Sink>()) {
     previous_ = Logger::setSystemLog(sink_);
 }
 
-LogRecorder::~LogRecorder() { Logger::setSystemLog(previous_); }
+LogRecorder::~LogRecorder() {
+    Logger::setSystemLog(previous_);
+}
 
 std::vector<LogRecorder::Entry> LogRecorder::entries() const {
     std::lock_guard lock(sink_->mutex);

@@ -11,7 +11,7 @@ namespace ostrel::testing {
 // Records every message the logger receives while it is installed; the previous system-log
 // sink comes back when the recorder goes.
 class LogRecorder {
-public:
+  public:
     struct Entry {
         Logger::Level level;
         Logger::Category category;
@@ -28,7 +28,7 @@ public:
     std::vector<std::string> matching(const std::string& fragment) const;
     void clear();
 
-private:
+  private:
     struct Sink;
     std::shared_ptr<Sink> sink_;
     std::shared_ptr<Logger::Sink> previous_;

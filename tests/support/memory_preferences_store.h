@@ -8,7 +8,7 @@ namespace ostrel::testing {
 
 // A preferences store held in memory, with a managed layer that tests fill by hand.
 class MemoryPreferencesStore : public PreferencesStore {
-public:
+  public:
     std::optional<PreferenceValue> object(std::string_view key) const override {
         std::lock_guard lock(mutex_);
         if (auto it = managed_.find(key); it != managed_.end()) return it->second;
@@ -40,7 +40,7 @@ public:
         return std::nullopt;
     }
 
-private:
+  private:
     mutable std::mutex mutex_;
     PreferenceDictionary user_;
     PreferenceDictionary managed_;

@@ -7,19 +7,22 @@ namespace ostrel::testing {
 
 // A fresh folder under the test's private HOME, removed with everything in it at scope end.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
-    std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
+    std::filesystem::path operator/(const std::filesystem::path& name) const {
+        return path_ / name;
+    }
 
     // Writes `content` to `name` under the folder, creating intermediate folders.
-    std::filesystem::path write(const std::filesystem::path& name, const std::string& content) const;
+    std::filesystem::path write(const std::filesystem::path& name,
+                                const std::string& content) const;
 
-private:
+  private:
     std::filesystem::path path_;
 };
 

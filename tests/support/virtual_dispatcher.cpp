@@ -3,24 +3,23 @@
 namespace ostrel::testing {
 
 class VirtualDispatcher::Queue final : public SerialQueue {
-public:
-    Queue(VirtualDispatcher& owner, std::string label)
-        : owner_(owner), label_(std::move(label)) {}
+  public:
+    Queue(VirtualDispatcher& owner, std::string label) : owner_(owner), label_(std::move(label)) {}
     void async(Task task) override { owner_.post(label_, std::move(task)); }
     const std::string& label() const override { return label_; }
 
-private:
+  private:
     VirtualDispatcher& owner_;
     std::string label_;
 };
 
 class VirtualDispatcher::VirtualTimer final : public Timer {
-public:
+  public:
     explicit VirtualTimer(std::shared_ptr<bool> live) : live_(std::move(live)) {}
     ~VirtualTimer() override { cancel(); }
     void cancel() override { *live_ = false; }
 
-private:
+  private:
     std::shared_ptr<bool> live_;
 };
 
@@ -30,7 +29,9 @@ VirtualDispatcher::VirtualDispatcher()
 
 VirtualDispatcher::~VirtualDispatcher() = default;
 
-SerialQueue& VirtualDispatcher::mainQueue() { return *main_; }
+SerialQueue& VirtualDispatcher::mainQueue() {
+    return *main_;
+}
 
 std::shared_ptr<SerialQueue> VirtualDispatcher::makeSerialQueue(std::string label) {
     return std::make_shared<Queue>(*this, std::move(label));
@@ -45,7 +46,9 @@ std::unique_ptr<Timer> VirtualDispatcher::makeTimer(SerialQueue& queue, TimerSch
     return std::make_unique<VirtualTimer>(std::move(live));
 }
 
-void VirtualDispatcher::detach(Task task) { detached_->async(std::move(task)); }
+void VirtualDispatcher::detach(Task task) {
+    detached_->async(std::move(task));
+}
 
 void VirtualDispatcher::post(const std::string& label, Task task) {
     postedLabels_.push_back(label);
@@ -70,7 +73,8 @@ void VirtualDispatcher::advance(Duration step) {
     runUntilIdle();
     while (true) {
         // Drop cancelled timers as they come up, so a cancelled one never moves the clock.
-        while (!timers_.empty() && !*timers_.begin()->second.live) timers_.erase(timers_.begin());
+        while (!timers_.empty() && !*timers_.begin()->second.live)
+            timers_.erase(timers_.begin());
         if (timers_.empty() || timers_.begin()->first.first > target) break;
 
         auto node = timers_.extract(timers_.begin());
@@ -91,7 +95,8 @@ void VirtualDispatcher::advance(Duration step) {
 
 size_t VirtualDispatcher::activeTimers() const {
     size_t count = 0;
-    for (const auto& [key, entry] : timers_) count += *entry.live ? 1 : 0;
+    for (const auto& [key, entry] : timers_)
+        count += *entry.live ? 1 : 0;
     return count;
 }
 

@@ -13,7 +13,7 @@ namespace ostrel::testing {
 
 // A clock that moves only when told to.
 class VirtualClock final : public Clock {
-public:
+  public:
     explicit VirtualClock(Date start = defaultStart()) : now_(start) {}
 
     Date now() const override { return now_; }
@@ -28,7 +28,7 @@ public:
     // 2026-11-22 10:00:00 UTC: a fixed, ordinary day.
     static Date defaultStart() { return Date(std::chrono::seconds(1795341600)); }
 
-private:
+  private:
     Date now_;
     Duration monotonic_{std::chrono::hours(1)};
 };
@@ -37,7 +37,7 @@ private:
 // in the order they were posted, timers in the order of their deadlines (ties by creation).
 // Nothing runs until the test says so.
 class VirtualDispatcher final : public Dispatcher {
-public:
+  public:
     VirtualDispatcher();
     ~VirtualDispatcher() override;
 
@@ -64,7 +64,7 @@ public:
     // lands on the queue it should).
     const std::vector<std::string>& postedLabels() const { return postedLabels_; }
 
-private:
+  private:
     class Queue;
     class VirtualTimer;
     struct TimerEntry {

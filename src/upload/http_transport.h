@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <tl/expected.hpp>
+#include <vector>
+
+#include "upload/hec_error.h"
+
+namespace ostrel {
+
+struct HttpRequest {
+    std::string method;  // "GET" or "POST"
+    std::string url;
+    std::vector<std::string> headers;  // "Name: value"
+    std::string body;
+    std::chrono::milliseconds timeout{0};  // the whole exchange, connection included
+};
+
+struct HttpResponse {
+    long status = 0;  // 0: the answer carried no HTTP status
+    std::string body;
+};
+
+// What the collector's client needs of an HTTP library: one request in, its status and body
+// or the library's failure out. Implementations may be called from several threads.
+class HttpTransport {
+  public:
+    virtual ~HttpTransport() = default;
+    virtual tl::expected<HttpResponse, TransportError> perform(const HttpRequest& request) = 0;
+};
+
+}  // namespace ostrel
