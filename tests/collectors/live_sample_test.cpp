@@ -4,6 +4,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -102,6 +103,27 @@ TEST_F(LiveSample, NetworkAndMachineFactsMatchTheKernel) {
     if (system.cpuBrand) {
         EXPECT_EQ(system.chipDescription->rfind(*system.cpuBrand, 0), 0u);
     }
+}
+
+TEST_F(LiveSample, OverlappingSamplesFromTwoThreadsStayConsistent) {
+    MonitorConfig config;
+    config.collectProcesses = false;
+    std::atomic<int> inconsistent{0};
+    const auto sampleMany = [&](bool forStorage) {
+        for (int i = 0; i < 200; ++i) {
+            const SystemMetrics metrics = aggregator->collectAll(config, forStorage);
+            const CPUMetrics& cpu = *metrics.cpu;
+            const double sum = cpu.userPercent.value_or(0) + cpu.systemPercent.value_or(0) +
+                               cpu.idlePercent.value_or(0);
+            if (sum > 100.1 || !metrics.memory->totalMB || !metrics.network->interface) {
+                ++inconsistent;
+            }
+        }
+    };
+    std::thread storage(sampleMany, true);
+    sampleMany(false);
+    storage.join();
+    EXPECT_EQ(inconsistent, 0);
 }
 
 }  // namespace
