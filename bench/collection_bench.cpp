@@ -8,9 +8,6 @@
 // in milliseconds. A stride of 2000 ages every cache as a 2-second interval does (disk counters,
 // GPU, route); 0 keeps them warm, as a fast interface refresh sees them.
 #include <benchmark/benchmark.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -19,6 +16,7 @@
 #include <vector>
 
 #include "collectors/metrics_aggregator.h"
+#include "extra_processes.h"
 #include "records/record_json.h"
 
 namespace ostrel {
@@ -60,33 +58,9 @@ class SteppingDispatcher final : public Dispatcher {
     std::unique_ptr<MainLoopDispatcher> threads_;
 };
 
-// Idle children that raise the process count for the length of a run.
-class IdleProcesses {
-  public:
-    explicit IdleProcesses(int64_t count) {
-        for (int64_t i = 0; i < count; ++i) {
-            const pid_t pid = fork();
-            if (pid == 0) {
-                pause();
-                _exit(0);
-            }
-            if (pid > 0) children_.push_back(pid);
-        }
-    }
-    ~IdleProcesses() {
-        for (const pid_t pid : children_)
-            kill(pid, SIGKILL);
-        for (const pid_t pid : children_)
-            waitpid(pid, nullptr, 0);
-    }
-
-  private:
-    std::vector<pid_t> children_;
-};
-
 template <bool full>
 void sample(benchmark::State& state) {
-    IdleProcesses extra(state.range(0));
+    ExtraProcesses extra(state.range(0));
     const Duration stride = std::chrono::milliseconds(state.range(1));
     SteppingDispatcher dispatcher;
     MetricsAggregator aggregator(dispatcher);
