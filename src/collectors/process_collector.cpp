@@ -280,10 +280,11 @@ ProcessMetrics ProcessCollector::collect() {
         std::lock_guard guard(processInfoCacheLock_);
         lastCollectedProcessInfos_ = listed.value_or(std::vector<ProcessEntry>{});
     }
-    // No list at all leaves the figures absent: an empty list would claim zero processes.
+    // A failed list reads as an empty one: the count 0 and empty top lists, present, so that a
+    // sample still says the process figures were asked for.
     ProcessMetrics metrics;
-    if (!listed) return metrics;
-    const std::vector<ProcessEntry>& entries = *listed;
+    const std::vector<ProcessEntry> entries =
+        std::move(listed).value_or(std::vector<ProcessEntry>{});
     metrics.processCount = static_cast<int64_t>(entries.size());
 
     const auto top = [&](auto key, bool cpuFigure) {

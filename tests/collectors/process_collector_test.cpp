@@ -109,7 +109,7 @@ TEST(ProcessCollector, TopListsRankStablyCarryOnlyTheirFigureAndDropOwnToolChild
     EXPECT_FALSE(metrics.topDisk);
 }
 
-TEST(ProcessCollector, FailedListLeavesFiguresAbsentAndLogsOncePerFailure) {
+TEST(ProcessCollector, FailedListReadsAsEmptyAndLogsOncePerFailure) {
     Fixture f;
     f.processes->answers = {tl::unexpected(ReadError::notFound),
                             tl::unexpected(ReadError::notFound),
@@ -117,11 +117,14 @@ TEST(ProcessCollector, FailedListLeavesFiguresAbsentAndLogsOncePerFailure) {
                             tl::unexpected(ReadError::permission)};
     auto collector = f.make();
     testing::LogRecorder log;
+    const ProcessMetrics empty{.topCPU = std::vector<ProcessMetricInfo>{},
+                               .topMemory = std::vector<ProcessMetricInfo>{},
+                               .processCount = 0};
 
-    EXPECT_EQ(collector->collect(), ProcessMetrics{});
-    EXPECT_EQ(collector->collect(), ProcessMetrics{});
+    EXPECT_EQ(collector->collect(), empty);
+    EXPECT_EQ(collector->collect(), empty);
     EXPECT_EQ(collector->collect().processCount, 1);
-    EXPECT_EQ(collector->collect(), ProcessMetrics{});
+    EXPECT_EQ(collector->collect(), empty);
     const auto warnings = log.matching("Process list unavailable");
     ASSERT_EQ(warnings.size(), 2u);
     EXPECT_EQ(warnings[1], "Process list unavailable: permission denied");
@@ -253,7 +256,7 @@ TEST(ProcessNetworkStats, RanksByTotalKeepsLastResultWhenSourceFails) {
 TEST(ProcessCollector, AbsentSourcesGiveEmptyResults) {
     VirtualDispatcher dispatcher;
     ProcessCollector collector(ProcessSources{}, dispatcher);
-    EXPECT_EQ(collector.collect(), ProcessMetrics{});
+    EXPECT_EQ(collector.collect().processCount, 0);
     EXPECT_TRUE(collector.collectNetworkStats(5).empty());
     EXPECT_TRUE(collector.collectDiskStats(5).empty());
     EXPECT_EQ(collector.aggregateDiskForPids({1}), std::make_pair(0.0, 0.0));
