@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
@@ -40,9 +41,13 @@ template <class Record>
 tl::expected<Record, JsonError> decodeJson(std::string_view json);
 
 // A metric-file line is a sample unless it contains either event key, quotes included.
+// memmem rather than find(), which stops at every quote of the line: several times faster on
+// the dashboard's load path.
 inline bool isEventLine(std::string_view line) {
-    return line.find("\"event_type\"") != std::string_view::npos ||
-           line.find("\"eventType\"") != std::string_view::npos;
+    const auto contains = [line](std::string_view key) {
+        return ::memmem(line.data(), line.size(), key.data(), key.size()) != nullptr;
+    };
+    return contains("\"event_type\"") || contains("\"eventType\"");
 }
 
 }  // namespace ostrel
