@@ -17,7 +17,8 @@ int64_t leadingInteger(std::string_view text) {
     const auto start = text.find_first_not_of(kBlanks);
     if (start == std::string_view::npos) return 0;
     text.remove_prefix(start);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    // One sign only: from_chars takes a minus but no plus, so "+-5" must not reach it.
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     int64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error == std::errc::result_out_of_range) {
@@ -39,10 +40,12 @@ bool leadingTruth(std::string_view text) {
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');
 }
 
+// Toward zero, saturating: the cast alone is undefined outside the range of int64_t, which is
+// [-2^63, 2^63).
 int64_t truncated(double value) {
     if (std::isnan(value)) return 0;
-    if (value >= 9.2e18) return std::numeric_limits<int64_t>::max();
-    if (value <= -9.2e18) return std::numeric_limits<int64_t>::min();
+    if (value >= 0x1p63) return std::numeric_limits<int64_t>::max();
+    if (value < -0x1p63) return std::numeric_limits<int64_t>::min();
     return static_cast<int64_t>(value);
 }
 

@@ -58,7 +58,8 @@ class PreferencesStore {
     // Integer: integers as they are, doubles truncated, booleans 1/0, strings by their leading
     // integer; anything else 0.
     int64_t integer(std::string_view key) const;
-    // Boolean: numbers non-zero, strings "true"/"yes"/"1" (any case) or a non-zero number.
+    // Boolean: numbers non-zero; strings true when, after blanks, a sign and leading zeros,
+    // they begin with Y, y, T, t or a digit 1 to 9 ("yes", "true", "0010"); anything else false.
     bool boolean(std::string_view key) const;
     // String: strings as they are, numbers as their text; anything else absent.
     std::optional<std::string> string(std::string_view key) const;

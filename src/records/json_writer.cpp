@@ -178,6 +178,13 @@ bool JsonWriter::number(double value) {
     return true;
 }
 
+bool JsonWriter::decimal(double value) {
+    const size_t start = out_.size();
+    if (!number(value)) return false;
+    if (out_.find_first_of(".eE", start) == std::string::npos) out_ += ".0";
+    return true;
+}
+
 void JsonWriter::null() {
     separate();
     out_ += "null";

@@ -25,6 +25,9 @@ class JsonWriter {
     // Writes the shortest text that reads back as the same double. A NaN or infinity cannot be
     // written: nothing is appended and false is returned.
     [[nodiscard]] bool number(double value);
+    // Like number, but a whole value keeps a fraction ("3.0"), so that a reader that tells
+    // integers from doubles by their text gets a double back.
+    [[nodiscard]] bool decimal(double value);
     void null();
 
   private:

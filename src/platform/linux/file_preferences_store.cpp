@@ -1,0 +1,175 @@
+#include "platform/linux/file_preferences_store.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <tl/expected.hpp>
+
+#include "logging/logger.h"
+#include "platform/linux/preferences_json.h"
+
+namespace ostrel {
+namespace {
+
+using Result = tl::expected<void, std::string>;
+
+tl::unexpected<std::string> failure(std::string_view what, const std::filesystem::path& path) {
+    return tl::unexpected(fmt::format("{} {}: {}", what, path.string(), std::strerror(errno)));
+}
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    int get() const { return fd_; }
+    bool valid() const { return fd_ >= 0; }
+
+private:
+    int fd_;
+};
+
+// An exclusive flock on the lock file beside the preferences, held while the descriptor is
+// open. The lock file is never removed: removing it would let two writers lock different files.
+tl::expected<std::unique_ptr<FileDescriptor>, std::string> lockForWriting(
+    const std::filesystem::path& preferences) {
+    std::filesystem::path lockPath = preferences;
+    lockPath += ".lock";
+    auto lock = std::make_unique<FileDescriptor>(
+        ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock->valid()) return failure("cannot open", lockPath);
+    while (::flock(lock->get(), LOCK_EX) != 0) {
+        if (errno != EINTR) return failure("cannot lock", lockPath);
+    }
+    return lock;
+}
+
+Result writeAll(int fd, std::string_view text, const std::filesystem::path& path) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return failure("cannot write", path);
+        }
+        text.remove_prefix(static_cast<size_t>(count));
+    }
+    return {};
+}
+
+// Puts `text` in place of `target` in one step: a reader sees the old file or the new one,
+// never a part, and after a crash the file is whole, old or new (the folder is not flushed, so
+// a crash may lose the latest write, as with any settings left unsynchronised). The new file is
+// readable by the owner only, as it may hold the collector's token.
+Result replaceFile(const std::filesystem::path& target, std::string_view text) {
+    std::string temporary = target.string() + ".XXXXXX";
+    FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file.valid()) return failure("cannot create a file beside", target);
+    auto written = writeAll(file.get(), text, temporary);
+    if (written && ::fsync(file.get()) != 0) written = failure("cannot flush", temporary);
+    if (written && ::rename(temporary.c_str(), target.c_str()) != 0) {
+        written = failure("cannot replace", target);
+    }
+    if (!written) ::unlink(temporary.c_str());
+    return written;
+}
+
+// "20261122T101530" in local time: the moment a file was set aside, for the person who finds it.
+std::string fileStamp(Date date) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(date);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[32];
+    const size_t length = std::strftime(text, sizeof text, "%Y%m%dT%H%M%S", &local);
+    return std::string(text, length);
+}
+
+// Moves a file that could not be read out of the way under a new name, so that replacing it
+// loses nothing. Runs under the write lock, so no other writer picks the same name.
+Result keepAside(const std::filesystem::path& path, Date now) {
+    const std::string base = path.string() + ".corrupt-" + fileStamp(now);
+    std::string name = base;
+    for (int attempt = 2; ::access(name.c_str(), F_OK) == 0; ++attempt) {
+        name = fmt::format("{}-{}", base, attempt);
+    }
+    if (::rename(path.c_str(), name.c_str()) != 0) return failure("cannot set aside", path);
+    Logger::warning(fmt::format("Kept unreadable preferences file as {}", name),
+                    Logger::Category::general);
+    return {};
+}
+
+}  // namespace
+
+FilePreferencesStore::FilePreferencesStore(std::filesystem::path userFile,
+                                           std::filesystem::path managedFile, const Clock& clock)
+    : user_(std::move(userFile)), managed_(std::move(managedFile)), clock_(clock) {}
+
+std::optional<PreferenceValue> FilePreferencesStore::object(std::string_view key) const {
+    for (PreferencesFile* layer : {&managed_, &user_}) {
+        const auto content = layer->current();
+        if (auto it = content.values->find(key); it != content.values->end()) return it->second;
+    }
+    return std::nullopt;
+}
+
+bool FilePreferencesStore::isForced(std::string_view key) const {
+    const auto content = managed_.current();
+    return content.values->find(key) != content.values->end();
+}
+
+void FilePreferencesStore::set(std::string_view key, PreferenceValue value) {
+    update(key, std::move(value));
+}
+
+void FilePreferencesStore::remove(std::string_view key) {
+    update(key, std::nullopt);
+}
+
+void FilePreferencesStore::synchronize() {
+    managed_.reload();
+    user_.reload();
+}
+
+void FilePreferencesStore::update(std::string_view key, std::optional<PreferenceValue> value) {
+    const std::filesystem::path& path = user_.path();
+    auto saved = [&]() -> Result {
+        std::error_code ignored;
+        std::filesystem::create_directories(path.parent_path(), ignored);
+        auto lock = lockForWriting(path);
+        if (!lock) return tl::unexpected(lock.error());
+
+        // Under the lock nobody else writes, so the file read now is the one to change.
+        const auto fresh = user_.reload();
+        PreferenceDictionary values = *fresh.values;
+        const auto it = values.find(key);
+        if (value) {
+            if (it != values.end() && it->second == *value) return {};
+            values.insert_or_assign(std::string(key), std::move(*value));
+        } else {
+            if (it == values.end()) return {};
+            values.erase(it);
+        }
+
+        const auto text = encodePreferences(values);
+        if (!text) return tl::unexpected(fmt::format("{} for key {}", text.error().message(), key));
+        if (fresh.unreadable) {
+            if (auto kept = keepAside(path, clock_.now()); !kept) return kept;
+        }
+        auto replaced = replaceFile(path, *text);
+        // Take in what was written, so that a file this store found broken counts as mended.
+        if (replaced) user_.reload();
+        return replaced;
+    }();
+    if (!saved) {
+        Logger::error("Could not save preferences", saved.error(), Logger::Category::general);
+    }
+}
+
+}  // namespace ostrel
