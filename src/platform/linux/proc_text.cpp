@@ -1,0 +1,127 @@
+#include "platform/linux/proc_text.h"
+
+#include <array>
+#include <charconv>
+
+namespace ostrel::procfs {
+
+namespace {
+
+template <class T>
+std::optional<T> parseNumber(std::string_view text) {
+    T value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+// The value of a "key: value" line.
+std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
+    size_t position = 0;
+    while (position < text.size()) {
+        const size_t end = std::min(text.find('\n', position), text.size());
+        const std::string_view line = text.substr(position, end - position);
+        position = end + 1;
+        if (line.size() > key.size() && line.starts_with(key) && line[key.size()] == ':') {
+            std::string_view value = line.substr(key.size() + 1);
+            const size_t begin = value.find_first_not_of(' ');
+            if (begin == std::string_view::npos) return std::nullopt;
+            return value.substr(begin);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<ProcStat> parseProcStat(std::string_view text) {
+    const size_t open = text.find('(');
+    const size_t close = text.rfind(')');
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
+        return std::nullopt;
+    }
+    ProcStat stat;
+    std::string_view pidText = text.substr(0, open);
+    while (pidText.ends_with(' '))
+        pidText.remove_suffix(1);
+    const auto pid = parseNumber<int32_t>(pidText);
+    if (!pid) return std::nullopt;
+    stat.pid = *pid;
+    stat.comm = text.substr(open + 1, close - open - 1);
+
+    // Fields after the name, numbered as in proc(5): 3 state, 4 ppid, 14 utime, 15 stime,
+    // 22 starttime, 24 rss.
+    constexpr size_t kLastNeeded = 24;
+    std::array<std::string_view, kLastNeeded + 1> fields{};
+    std::string_view rest = text.substr(close + 1);
+    size_t field = 3;
+    size_t position = 0;
+    while (field <= kLastNeeded) {
+        while (position < rest.size() && rest[position] == ' ')
+            ++position;
+        if (position >= rest.size()) return std::nullopt;
+        const size_t end = std::min(rest.find_first_of(" \n", position), rest.size());
+        fields[field++] = rest.substr(position, end - position);
+        position = end;
+    }
+    const auto ppid = parseNumber<int32_t>(fields[4]);
+    const auto utime = parseNumber<uint64_t>(fields[14]);
+    const auto stime = parseNumber<uint64_t>(fields[15]);
+    const auto startTime = parseNumber<uint64_t>(fields[22]);
+    // rss is signed in the kernel's format; a negative value is not a size.
+    const auto rss = parseNumber<int64_t>(fields[24]);
+    if (!ppid || !utime || !stime || !startTime || !rss || *rss < 0) return std::nullopt;
+    stat.ppid = *ppid;
+    stat.utime = *utime;
+    stat.stime = *stime;
+    stat.startTime = *startTime;
+    stat.rssPages = static_cast<uint64_t>(*rss);
+    return stat;
+}
+
+std::optional<double> parseUptimeSeconds(std::string_view text) {
+    const size_t end = text.find(' ');
+    if (end == std::string_view::npos) return std::nullopt;
+    const auto seconds = parseNumber<double>(text.substr(0, end));
+    if (!seconds || *seconds < 0) return std::nullopt;
+    return seconds;
+}
+
+std::optional<ProcIo> parseProcIo(std::string_view text) {
+    const auto read = valueOfLine(text, "read_bytes");
+    const auto write = valueOfLine(text, "write_bytes");
+    if (!read || !write) return std::nullopt;
+    const auto readBytes = parseNumber<uint64_t>(*read);
+    const auto writeBytes = parseNumber<uint64_t>(*write);
+    if (!readBytes || !writeBytes) return std::nullopt;
+    return ProcIo{*readBytes, *writeBytes};
+}
+
+std::optional<uint64_t> parsePssKiB(std::string_view text) {
+    const auto value = valueOfLine(text, "Pss");
+    if (!value || !value->ends_with(" kB")) return std::nullopt;
+    std::string_view number = value->substr(0, value->size() - 3);
+    while (number.ends_with(' '))
+        number.remove_suffix(1);
+    return parseNumber<uint64_t>(number);
+}
+
+std::optional<uint64_t> parseSocketInode(std::string_view link) {
+    constexpr std::string_view kPrefix = "socket:[";
+    if (!link.starts_with(kPrefix) || !link.ends_with(']')) return std::nullopt;
+    return parseNumber<uint64_t>(link.substr(kPrefix.size(), link.size() - kPrefix.size() - 1));
+}
+
+std::string_view fullProcessName(std::string_view comm, std::string_view cmdline) {
+    if (comm.size() != kKernelNameLength) return comm;
+    std::string_view first = cmdline.substr(0, cmdline.find('\0'));
+    // A rewritten title may hold slashes in its arguments: the base name ends at the first
+    // space.
+    const size_t slash = first.substr(0, first.find(' ')).rfind('/');
+    if (slash != std::string_view::npos) first.remove_prefix(slash + 1);
+    if (!first.starts_with(comm)) return comm;
+    const size_t end = first.find(' ', comm.size());
+    return first.substr(0, end);
+}
+
+}  // namespace ostrel::procfs

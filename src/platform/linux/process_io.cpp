@@ -1,0 +1,50 @@
+#include "platform/linux/process_io.h"
+
+#include <optional>
+
+#include "platform/linux/proc_files.h"
+#include "platform/linux/proc_text.h"
+
+namespace ostrel {
+
+LinuxProcessDiskSource::LinuxProcessDiskSource(std::string procRoot,
+                                               std::shared_ptr<procfs::ProcessNameCache> names)
+    : procRoot_(std::move(procRoot)), names_(std::move(names)) {
+    if (!names_) names_ = std::make_shared<procfs::ProcessNameCache>();
+}
+
+tl::expected<std::vector<ProcessDiskCounters>, ReadError>
+LinuxProcessDiskSource::readDiskCounters() {
+    auto proc = procfs::openDirectory(procRoot_.c_str());
+    if (!proc) return tl::unexpected(proc.error());
+    auto pids = procfs::numericEntries(proc->get(), ".");
+    if (!pids) return tl::unexpected(pids.error());
+
+    std::vector<ProcessDiskCounters> counters;
+    std::optional<ReadError> firstFailure;
+    bool anyRead = false;
+    char buffer[512];
+    for (const int32_t pid : *pids) {
+        const auto text =
+            procfs::readFileAt(proc->get(), procfs::PidPath(pid, "io").c_str(), buffer);
+        const auto io = text ? procfs::parseProcIo(*text) : std::nullopt;
+        if (!io) {
+            if (!firstFailure) firstFailure = text ? ReadError::parse : text.error();
+            continue;
+        }
+        anyRead = true;
+        // Naming costs a read for a process not listed yet; idle processes are not named.
+        if (io->readBytes == 0 && io->writeBytes == 0) continue;
+        auto name = names_->currentName(proc->get(), pid);
+        if (!name) continue;
+        counters.push_back({.pid = pid,
+                            .name = std::move(*name),
+                            .bytesRead = io->readBytes,
+                            .bytesWritten = io->writeBytes});
+    }
+    // Not one process readable: the kernel keeps no I/O accounting, or nothing here is ours.
+    if (!anyRead && firstFailure) return tl::unexpected(*firstFailure);
+    return counters;
+}
+
+}  // namespace ostrel

@@ -1,0 +1,105 @@
+#include "platform/linux/process_network.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <map>
+
+#include "platform/linux/proc_files.h"
+#include "platform/linux/proc_text.h"
+
+namespace ostrel {
+
+namespace {
+
+// The socket inodes among a process's open descriptors; none when it is gone or not ours.
+std::vector<uint64_t> socketInodesOf(int procfd, int32_t pid) {
+    std::vector<uint64_t> inodes;
+    const procfs::PidPath directory(pid, "fd");
+    const auto descriptors = procfs::numericEntries(procfd, directory.c_str());
+    if (!descriptors) return inodes;
+    char path[64];
+    char link[64];
+    for (const int32_t descriptor : *descriptors) {
+        std::snprintf(path, sizeof(path), "%d/fd/%d", pid, descriptor);
+        const ssize_t length = ::readlinkat(procfd, path, link, sizeof(link));
+        if (length <= 0) continue;
+        if (const auto inode = procfs::parseSocketInode({link, static_cast<size_t>(length)})) {
+            inodes.push_back(*inode);
+        }
+    }
+    return inodes;
+}
+
+uint64_t saturatingSum(uint64_t a, uint64_t b) {
+    uint64_t sum = 0;
+    return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
+}
+
+}  // namespace
+
+LinuxProcessNetworkSource::LinuxProcessNetworkSource(
+    std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names, const Clock& clock,
+    SocketDump dump)
+    : procRoot_(std::move(procRoot)),
+      names_(std::move(names)),
+      clock_(clock),
+      dump_(dump ? std::move(dump) : SocketDump(sockdiag::dumpTcpSockets)) {
+    if (!names_) names_ = std::make_shared<procfs::ProcessNameCache>();
+}
+
+tl::expected<std::vector<ProcessNetworkCounters>, ReadError>
+LinuxProcessNetworkSource::readNetworkCounters() {
+    auto sockets = dump_();
+    if (!sockets) return tl::unexpected(sockets.error());
+    auto proc = procfs::openDirectory(procRoot_.c_str());
+    if (!proc) return tl::unexpected(proc.error());
+    auto pids = procfs::numericEntries(proc->get(), ".");
+    if (!pids) return tl::unexpected(pids.error());
+
+    std::vector<uint64_t> inodes;
+    inodes.reserve(sockets->size());
+    for (const auto& socket : *sockets)
+        inodes.push_back(socket.inode);
+
+    const Duration now = clock_.monotonic();
+    procfs::SocketOwnerCache::Plan plan;
+    {
+        std::lock_guard guard(ownersLock_);
+        plan = owners_.plan(inodes, *pids, now);
+    }
+    std::vector<procfs::SocketOwnerCache::Table> tables;
+    tables.reserve(plan.pidsToRead.size());
+    for (const int32_t pid : plan.pidsToRead) {
+        tables.push_back({pid, socketInodesOf(proc->get(), pid)});
+    }
+
+    // Ordered by pid, so that equal totals come out in a stable order.
+    std::map<int32_t, std::pair<uint64_t, uint64_t>> perProcess;
+    {
+        std::lock_guard guard(ownersLock_);
+        owners_.apply(plan, tables, inodes, *pids, now);
+        for (const auto& socket : *sockets) {
+            const auto owner = owners_.owner(socket.inode);
+            if (!owner) continue;
+            auto& [bytesIn, bytesOut] = perProcess[*owner];
+            bytesIn = saturatingSum(bytesIn, socket.bytesReceived);
+            bytesOut = saturatingSum(bytesOut, socket.bytesAcked);
+        }
+    }
+
+    std::vector<ProcessNetworkCounters> counters;
+    counters.reserve(perProcess.size());
+    for (const auto& [pid, bytes] : perProcess) {
+        if (bytes.first == 0 && bytes.second == 0) continue;
+        auto name = names_->currentName(proc->get(), pid);
+        if (!name) continue;
+        counters.push_back({.pid = pid,
+                            .name = std::move(*name),
+                            .bytesIn = bytes.first,
+                            .bytesOut = bytes.second});
+    }
+    return counters;
+}
+
+}  // namespace ostrel
