@@ -64,15 +64,5 @@ TEST_F(PinsTest, PinsMatchByPrefixIgnoringCaseWatchedNamesExactlyAndOnlyPresentO
         << "unpinning drops rows of the same name until the next sample";
 }
 
-TEST_F(PinsTest, ASearchFinishingAfterTheBoxWasClearedStillLands) {
-    build();
-    monitor->searchProcesses("chr");
-    monitor->searchProcesses("");
-    EXPECT_TRUE(monitor->processSearchResults->empty());
-    dispatcher.runUntilIdle();
-    EXPECT_EQ(monitor->processSearchQuery.get(), "");
-    ASSERT_EQ(monitor->processSearchResults->size(), 2u);
-}
-
 }  // namespace
 }  // namespace ostrel::testing

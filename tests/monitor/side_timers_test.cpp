@@ -39,35 +39,6 @@ TEST_F(SideTimersTest, ADurationLimitStopsWithinTheMinuteAfterItsEndAndZeroDoesN
     EXPECT_TRUE(monitor->isRunning.get());
 }
 
-TEST_F(SideTimersTest, ThePopupRefreshWaitsByTheAgeOfTheShownDataAtAPeriodOfTenSecondsAtMost) {
-    build();
-    MonitorConfig config;
-    config.intervalSeconds = 30;
-    monitor->configure(config);
-    const auto shown = [&] { return monitor->lastMetrics.get()->timestamp; };
-
-    dispatcher.advance(60s);  // the pre-warm's data is now exactly 60 s old
-    std::string before = shown();
-    monitor->setPopupOpen(true);
-    monitor->startUITimer();
-    dispatcher.advance(9900ms);
-    EXPECT_EQ(shown(), before) << "fresh data waits one period";
-    dispatcher.advance(100ms);
-    EXPECT_NE(shown(), before);
-    before = shown();
-    dispatcher.advance(10s);
-    EXPECT_NE(shown(), before) << "every 10 s, not every 30";
-
-    monitor->stopPopupRefresh();
-    dispatcher.advance(61s);
-    before = shown();
-    monitor->startUITimer();
-    dispatcher.advance(100ms);
-    EXPECT_NE(shown(), before) << "stale data refreshes almost at once";
-    EXPECT_TRUE(stored().samples.empty());
-    EXPECT_FALSE(monitor->lastCollection.get());
-}
-
 TEST_F(SideTimersTest, BackgroundAlertsRunOnlyWhileStoppedAndStoreEventsWithoutSamples) {
     build();
     cpu->busyShare = 0.95;

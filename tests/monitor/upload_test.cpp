@@ -101,20 +101,6 @@ TEST_F(UploadTest, ARefusedFileAndAllLaterOnesStayUntilTheNextCycleAndNothingGoe
     EXPECT_EQ(monitor->totalUploadedCount.get(), 6);
 }
 
-TEST_F(UploadTest, StoredSamplesGoUpOneIntervalAfterStart) {
-    build();
-    MonitorConfig config = uploading();
-    config.uploadIntervalMinutes = 1;
-    monitor->configure(config);
-    monitor->start();
-    dispatcher.advance(59s);
-    EXPECT_TRUE(server.events().empty());
-    dispatcher.advance(1s);
-    // A sample due at the same moment may land on either side of the swap.
-    EXPECT_GE(server.events().size(), 30u);
-    EXPECT_EQ(server.events().size() + monitor->pendingUploadCount.get(), stored().samples.size());
-}
-
 TEST_F(UploadTest, WithoutAClientOrWithUploadOffNothingIsTakenFromTheQueue) {
     build();
     monitor->uploadNow();

@@ -40,7 +40,14 @@ class WakeTest : public MonitorFixture {
 
 TEST_F(WakeTest, AWakeSamplesAtOnceAndWaitsForTheNetworkByThePowerSourceList) {
     power->sources = {{.state = "Battery Power", .currentCapacity = 50, .maxCapacity = 100}};
-    runWithUploadTo(server.url());
+    build();
+    wake();  // stopped: nothing
+    MonitorConfig config;
+    config.uploadEnabled = true;
+    monitor->configure(config);
+    monitor->start();
+    dispatcher.runUntilIdle();
+    EXPECT_EQ(stored().samples.size(), 1u);
     wake();
     dispatcher.runUntilIdle();
     EXPECT_EQ(stored().samples.size(), 2u);
@@ -82,18 +89,6 @@ TEST_F(WakeTest, ANetworkBackWithTheEndpointUpUploadsAtOnce) {
     dispatcher.runUntilIdle();
     EXPECT_EQ(server.events().size(), 2u);
     EXPECT_EQ(monitor->lastUploadCount.get(), 2);
-}
-
-TEST_F(WakeTest, WithUploadOffAWakeOnlySamplesAndWhileStoppedNothingHappens) {
-    build();
-    wake();
-    dispatcher.runUntilIdle();
-    EXPECT_TRUE(stored().samples.empty());
-    monitor->start();
-    wake();
-    dispatcher.runUntilIdle();
-    EXPECT_EQ(stored().samples.size(), 2u);
-    EXPECT_EQ(paths.created, 0);
 }
 
 TEST_F(WakeTest, ConnectionTestsEndInTheTextsAUserCanActOn) {
