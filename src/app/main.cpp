@@ -1,3 +1,28 @@
-int main() {
-    return 0;
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/cli_arguments.h"
+#include "app/cli_dispatch.h"
+#include "app/command_line.h"
+#include "platform/standard_preferences.h"
+
+int main(int argc, char** argv) {
+    using namespace ostrel;
+    // The arguments are read before anything else: a command turns this process into a
+    // short-lived client of the running instance.
+    const auto arguments = CLIArguments::parse(std::vector<std::string>(argv, argv + argc));
+    if (!arguments) {
+        std::cout << arguments.error().message << std::flush;
+        return arguments.error().status;
+    }
+    switch (const CLIDispatch dispatch = dispatchFor(*arguments, LaunchContext::current())) {
+        case CLIDispatch::testHost:
+            return 0;
+        case CLIDispatch::runApplication:
+            // The application proper (lifecycle, monitor, tray) takes over here.
+            return 0;
+        default:
+            return runCommandLine(*arguments, dispatch, *openStandardPreferences(), std::cout);
+    }
 }

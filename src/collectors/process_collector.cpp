@@ -41,6 +41,20 @@ std::pair<bool, uint64_t> totalBytes(const ProcessNetworkInfo& info) {
     return {carry, sum};
 }
 
+// Two figures of the entries whose pid is in `pids`, summed.
+template <class Entry, class Figure, class Add>
+std::pair<Figure, Figure> sumForPids(const std::vector<Entry>& entries,
+                                     const std::set<int64_t>& pids, Figure Entry::*first,
+                                     Figure Entry::*second, Add add) {
+    std::pair<Figure, Figure> sums{};
+    for (const auto& entry : entries) {
+        if (!pids.contains(entry.pid)) continue;
+        sums.first = add(sums.first, entry.*first);
+        sums.second = add(sums.second, entry.*second);
+    }
+    return sums;
+}
+
 size_t clampedLimit(int limit) {
     return limit > 0 ? static_cast<size_t>(limit) : 0;
 }
@@ -266,10 +280,11 @@ ProcessMetrics ProcessCollector::collect() {
         std::lock_guard guard(processInfoCacheLock_);
         lastCollectedProcessInfos_ = listed.value_or(std::vector<ProcessEntry>{});
     }
-    // No list at all leaves the figures absent: an empty list would claim zero processes.
+    // A failed list reads as an empty one: the count 0 and empty top lists, present, so that a
+    // sample still says the process figures were asked for.
     ProcessMetrics metrics;
-    if (!listed) return metrics;
-    const std::vector<ProcessEntry>& entries = *listed;
+    const std::vector<ProcessEntry> entries =
+        std::move(listed).value_or(std::vector<ProcessEntry>{});
     metrics.processCount = static_cast<int64_t>(entries.size());
 
     const auto top = [&](auto key, bool cpuFigure) {
@@ -392,14 +407,8 @@ std::pair<uint64_t, uint64_t> ProcessCollector::aggregateNetworkForPids(
         std::lock_guard guard(cachedStatsLock_);
         stats = lastNetworkStats_;
     }
-    uint64_t bytesIn = 0;
-    uint64_t bytesOut = 0;
-    for (const auto& entry : stats) {
-        if (!pids.contains(entry.pid)) continue;
-        bytesIn = checkedSum(bytesIn, entry.bytesIn);
-        bytesOut = checkedSum(bytesOut, entry.bytesOut);
-    }
-    return {bytesIn, bytesOut};
+    return sumForPids(stats, pids, &ProcessNetworkInfo::bytesIn, &ProcessNetworkInfo::bytesOut,
+                      checkedSum);
 }
 
 std::pair<double, double> ProcessCollector::aggregateDiskForPids(
@@ -409,13 +418,9 @@ std::pair<double, double> ProcessCollector::aggregateDiskForPids(
         std::lock_guard guard(cachedStatsLock_);
         stats = lastDiskStats_;
     }
-    double read = 0;
-    double written = 0;
-    for (const auto& entry : stats) {
-        if (!pids.contains(entry.pid)) continue;
-        read += entry.readBytesPerSec;
-        written += entry.writeBytesPerSec;
-    }
+    const auto [read, written] =
+        sumForPids(stats, pids, &ProcessDiskInfo::readBytesPerSec,
+                   &ProcessDiskInfo::writeBytesPerSec, [](double a, double b) { return a + b; });
     return {roundedTo(read, 1), roundedTo(written, 1)};
 }
 

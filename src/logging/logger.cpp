@@ -1,56 +1,183 @@
-// Interim: messages go to the installed sink, or at warning and above to standard error, until
-// the file log and the system-log sinks land.
 #include "logging/logger.h"
 
-#include <cstdio>
+#include <fmt/format.h>
+
 #include <mutex>
 #include <string>
+
+#include "logging/log_file_writer.h"
+#include "logging/log_queue.h"
+#include "platform/app_paths.h"
+#include "platform/clock.h"
+#include "platform/preferences_store.h"
+#include "platform/system_log.h"
+#include "records/constants.h"
+#include "records/formatters.h"
+#include "records/log_level.h"
 
 namespace ostrel {
 namespace {
 
-std::mutex sinkMutex;
-std::shared_ptr<Logger::Sink> systemLog;
+using Level = Logger::Level;
+using Category = Logger::Category;
 
-void emit(Logger::Level level, Logger::Category category, std::string_view message) {
-    std::shared_ptr<Logger::Sink> sink;
-    {
-        std::lock_guard lock(sinkMutex);
-        sink = systemLog;
+constexpr std::string_view kLogLevelKey = "logLevel";
+
+// Indexed by the enumerations' values, which run from zero in declaration order.
+constexpr std::string_view kFileNames[] = {"DEBUG", "INFO", "WARN", "ERROR", "FAULT"};
+constexpr std::string_view kCategoryNames[] = {"general", "collection", "storage", "network", "ui"};
+
+std::string_view fileName(Level level) {
+    return kFileNames[static_cast<size_t>(level)];
+}
+std::string_view rawValue(Category category) {
+    return kCategoryNames[static_cast<size_t>(category)];
+}
+
+// Marks that make warnings and errors stand out in the file and the system log alike.
+std::string_view decoration(Level level) {
+    if (level == Level::warning) return "⚠️ ";
+    if (level == Level::error) return "❌ ";
+    return "";
+}
+
+// The ranks line up, so a level converts by value.
+static_assert(static_cast<int>(Level::debug) == static_cast<int>(LogLevel::debug));
+static_assert(static_cast<int>(Level::error) == static_cast<int>(LogLevel::error));
+static_assert(static_cast<int>(Level::fault) == static_cast<int>(SystemLog::Severity::fault));
+
+class SystemLogSink final : public Logger::Sink {
+  public:
+    explicit SystemLogSink(std::unique_ptr<SystemLog> log) : log_(std::move(log)) {}
+
+    void write(Level level, Category category, std::string_view message) override {
+        std::string text(decoration(level));
+        text.append(message);
+        log_->write(static_cast<SystemLog::Severity>(level), rawValue(category), text);
     }
-    if (sink) {
-        sink->write(level, category, message);
-    } else if (level >= Logger::Level::warning) {
-        std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
+
+  private:
+    std::unique_ptr<SystemLog> log_;
+};
+
+// Chosen once: the machine's log services do not come and go under a running program. Never
+// destroyed, so that messages logged during exit still have somewhere to go.
+Logger::Sink& defaultSystemLog() {
+    static auto* const sink =
+        new SystemLogSink(makeSystemLog(std::string(Constants::bundleIdentifier)));
+    return *sink;
+}
+
+// What a caller reads for each message, copied under a small lock.
+struct Settings {
+    std::shared_ptr<Logger::Sink> sink;  // none: the default system log
+    std::shared_ptr<const PreferencesStore> preferences;
+    const Clock* clock = &systemClock();
+};
+
+class State {
+  public:
+    Settings settings() {
+        std::lock_guard lock(mutex_);
+        return settings_;
     }
+    template <class Change>
+    void change(Change change) {
+        std::lock_guard lock(mutex_);
+        change(settings_);
+    }
+
+    LogQueue fileQueue{std::string(Constants::bundleIdentifier) + ".logger.file"};
+    // Touched on fileQueue only; made at the first use of the file.
+    std::unique_ptr<LogFileWriter> writer;
+
+    LogFileWriter& fileWriter() {
+        if (!writer) writer = std::make_unique<LogFileWriter>(paths::logFile(), systemClock());
+        return *writer;
+    }
+
+  private:
+    std::mutex mutex_;
+    Settings settings_;
+};
+
+// Never destroyed, like the default sink: any thread may log until the process is gone.
+State& state() {
+    static auto* const instance = new State;
+    return *instance;
+}
+
+// Read afresh on every message, so that a changed or managed level applies at once. Anything
+// but a stored 0 to 3 means warning, whatever the settings record says.
+int fileThreshold(const PreferencesStore* preferences) {
+    if (preferences && preferences->hasObject(kLogLevelKey)) {
+        if (const auto level = logLevelFromRaw(preferences->integer(kLogLevelKey))) {
+            return logLevelRaw(*level);
+        }
+    }
+    return logLevelRaw(LogLevel::warning);
+}
+
+void log(Level level, Category category, std::string_view message) {
+    const Settings settings = state().settings();
+    (settings.sink ? *settings.sink : defaultSystemLog()).write(level, category, message);
+    if (static_cast<int>(level) < fileThreshold(settings.preferences.get())) return;
+
+    std::string line =
+        fmt::format("[{}] [{}] [{}] {}{}\n", Formatters::logStamp(settings.clock->now()),
+                    fileName(level), rawValue(category), decoration(level), message);
+    state().fileQueue.async([line = std::move(line)] { state().fileWriter().append(line); });
 }
 
 }  // namespace
 
-void Logger::debug(std::string_view m, Category c) {
-    emit(Level::debug, c, m);
+void Logger::debug(std::string_view message, Category category) {
+    log(Level::debug, category, message);
 }
-void Logger::info(std::string_view m, Category c) {
-    emit(Level::info, c, m);
+
+void Logger::info(std::string_view message, Category category) {
+    log(Level::info, category, message);
 }
-void Logger::warning(std::string_view m, Category c) {
-    emit(Level::warning, c, m);
+
+void Logger::warning(std::string_view message, Category category) {
+    log(Level::warning, category, message);
 }
-void Logger::error(std::string_view m, Category c) {
-    emit(Level::error, c, m);
+
+void Logger::error(std::string_view message, Category category) {
+    log(Level::error, category, message);
 }
-void Logger::error(std::string_view m, std::string_view description, Category c) {
-    emit(Level::error, c, std::string(m) + ": " + std::string(description));
+
+void Logger::error(std::string_view message, std::string_view errorDescription, Category category) {
+    log(Level::error, category, fmt::format("{}: {}", message, errorDescription));
 }
-void Logger::initializeLogFile() {}
+
+void Logger::initializeLogFile() {
+    state().fileQueue.async([] { state().fileWriter().createIfMissing(); });
+}
+
 void Logger::flush() {
-    std::fflush(stderr);
+    state().fileQueue.sync([] {
+        if (!state().writer) return;
+        state().writer->flushBuffer();
+        state().writer->close();
+    });
 }
-void Logger::setPreferences(std::shared_ptr<const PreferencesStore>) {}
+
+void Logger::setPreferences(std::shared_ptr<const PreferencesStore> preferences) {
+    state().change([&](Settings& settings) { settings.preferences = std::move(preferences); });
+}
+
 std::shared_ptr<Logger::Sink> Logger::setSystemLog(std::shared_ptr<Sink> sink) {
-    std::lock_guard lock(sinkMutex);
-    std::swap(sink, systemLog);
+    state().change([&](Settings& settings) { std::swap(sink, settings.sink); });
     return sink;
+}
+
+void Logger::setLogFile(std::filesystem::path path, const Clock& clock) {
+    state().change([&](Settings& settings) { settings.clock = &clock; });
+    state().fileQueue.sync([&] {
+        if (state().writer) state().writer->flushBuffer();
+        state().writer = std::make_unique<LogFileWriter>(std::move(path), clock);
+    });
 }
 
 }  // namespace ostrel

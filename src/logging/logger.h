@@ -1,10 +1,12 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string_view>
 
 namespace ostrel {
 
+class Clock;
 class PreferencesStore;
 
 // The program's log: every message goes at once to the system log under its category, and,
@@ -41,6 +43,10 @@ class Logger {
     static void setPreferences(std::shared_ptr<const PreferencesStore> preferences);
     // Replaces the system-log sink; returns the previous one so a test can put it back.
     static std::shared_ptr<Sink> setSystemLog(std::shared_ptr<Sink> sink);
+    // Sends the file log to `path`, stamped and batched by `clock`, after writing what waits
+    // for the present file. The default is paths::logFile() on the system clock; tests point it
+    // at a folder of their own with a virtual clock, which must outlive its use.
+    static void setLogFile(std::filesystem::path path, const Clock& clock);
 };
 
 }  // namespace ostrel

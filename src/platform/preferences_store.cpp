@@ -89,9 +89,8 @@ std::optional<std::string> PreferencesStore::string(std::string_view key) const 
     return std::nullopt;
 }
 
-std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::string_view key) const {
-    const auto stored = object(key);
-    const auto* array = stored ? stored->get<PreferenceArray>() : nullptr;
+std::optional<std::vector<std::string>> stringsOf(const PreferenceValue& value) {
+    const auto* array = value.get<PreferenceArray>();
     if (!array) return std::nullopt;
     std::vector<std::string> strings;
     strings.reserve(array->size());
@@ -101,6 +100,11 @@ std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::strin
         strings.push_back(*text);
     }
     return strings;
+}
+
+std::optional<std::vector<std::string>> PreferencesStore::stringArray(std::string_view key) const {
+    const auto stored = object(key);
+    return stored ? stringsOf(*stored) : std::nullopt;
 }
 
 std::optional<PreferenceDictionary> PreferencesStore::dictionary(std::string_view key) const {

@@ -37,6 +37,9 @@ struct PreferenceValue {
     bool operator==(const PreferenceValue&) const = default;
 };
 
+// The strings of an array whose every element is a string; anything else absent.
+std::optional<std::vector<std::string>> stringsOf(const PreferenceValue& value);
+
 // The settings of the domain com.ostrel.agent in two layers: a managed (forced) layer that an
 // administrator installs, read first, and the user's own layer beneath it. Writes go to the
 // user's layer only. Typed reads convert as the store's rules say; what cannot be converted

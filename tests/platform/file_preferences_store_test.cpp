@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <thread>
 
+#include "platform/app_paths.h"
 #include "platform/linux/preferences_json.h"
+#include "platform/standard_preferences.h"
 #include "support/log_recorder.h"
 #include "support/temp_dir.h"
 
@@ -32,7 +34,7 @@ bool exitedCleanly(pid_t child) {
 }
 
 class FilePreferencesStoreTest : public ::testing::Test {
-protected:
+  protected:
     FilePreferencesStore open() const { return FilePreferencesStore(user, managed); }
 
     testing::TempDir dir;
@@ -182,6 +184,16 @@ TEST_F(FilePreferencesStoreTest, ConcurrentWritersNeverLoseEachOthersKeys) {
         }
     }
     EXPECT_EQ(parsePreferences(readFile(user)), expected) << "valid JSON, no key lost";
+}
+
+TEST_F(FilePreferencesStoreTest, TheProcessStoreUsesTheStandardFilesAndIsShared) {
+    setenv("OSTREL_MANAGED_PREFERENCES", managed.c_str(), 1);
+    dir.write(managed, R"({"headlessMode":true})");
+    const auto store = openStandardPreferences();
+    EXPECT_EQ(store, openStandardPreferences());
+    EXPECT_TRUE(store->isForced("headlessMode"));
+    store->set("autoStart", true);
+    EXPECT_EQ(readFile(paths::userPreferencesFile()), "{\"autoStart\":true}\n");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include "logging/logger.h"
 #include "platform/linux/preferences_json.h"
+#include "platform/linux/unique_fd.h"
 
 namespace ostrel {
 namespace {
@@ -22,31 +23,14 @@ tl::unexpected<std::string> failure(std::string_view what, const std::filesystem
     return tl::unexpected(fmt::format("{} {}: {}", what, path.string(), std::strerror(errno)));
 }
 
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const { return fd_; }
-    bool valid() const { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
-
 // An exclusive flock on the lock file beside the preferences, held while the descriptor is
 // open. The lock file is never removed: removing it would let two writers lock different files.
-tl::expected<std::unique_ptr<FileDescriptor>, std::string> lockForWriting(
-    const std::filesystem::path& preferences) {
+tl::expected<UniqueFd, std::string> lockForWriting(const std::filesystem::path& preferences) {
     std::filesystem::path lockPath = preferences;
     lockPath += ".lock";
-    auto lock = std::make_unique<FileDescriptor>(
-        ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!lock->valid()) return failure("cannot open", lockPath);
-    while (::flock(lock->get(), LOCK_EX) != 0) {
+    UniqueFd lock(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock) return failure("cannot open", lockPath);
+    while (::flock(lock.get(), LOCK_EX) != 0) {
         if (errno != EINTR) return failure("cannot lock", lockPath);
     }
     return lock;
@@ -70,8 +54,8 @@ Result writeAll(int fd, std::string_view text, const std::filesystem::path& path
 // readable by the owner only, as it may hold the collector's token.
 Result replaceFile(const std::filesystem::path& target, std::string_view text) {
     std::string temporary = target.string() + ".XXXXXX";
-    FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file.valid()) return failure("cannot create a file beside", target);
+    UniqueFd file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file) return failure("cannot create a file beside", target);
     auto written = writeAll(file.get(), text, temporary);
     if (written && ::fsync(file.get()) != 0) written = failure("cannot flush", temporary);
     if (written && ::rename(temporary.c_str(), target.c_str()) != 0) {

@@ -2,13 +2,37 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 
 namespace ostrel::procfs {
+
+namespace {
+
+// Kernel files come whole in one read when they fit: a short read is the end, and asking
+// again for it would cost another system call.
+tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffer) {
+    size_t filled = 0;
+    while (filled < buffer.size()) {
+        const size_t wanted = buffer.size() - filled;
+        const ssize_t count =
+            ::pread(fd, buffer.data() + filled, wanted, static_cast<off_t>(filled));
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return tl::unexpected(readErrorFromErrno(errno));
+        }
+        filled += static_cast<size_t>(count);
+        if (static_cast<size_t>(count) < wanted) break;
+    }
+    return std::string_view(buffer.data(), filled);
+}
+
+}  // namespace
 
 FileDescriptor::~FileDescriptor() {
     if (fd_ >= 0) ::close(fd_);
@@ -63,17 +87,7 @@ tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path
                                                      std::span<char> buffer) {
     FileDescriptor file(::openat(dirfd, path, O_RDONLY | O_CLOEXEC));
     if (!file) return tl::unexpected(readErrorFromErrno(errno));
-    size_t filled = 0;
-    while (filled < buffer.size()) {
-        const ssize_t count = ::read(file.get(), buffer.data() + filled, buffer.size() - filled);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            return tl::unexpected(readErrorFromErrno(errno));
-        }
-        if (count == 0) break;
-        filled += static_cast<size_t>(count);
-    }
-    return std::string_view(buffer.data(), filled);
+    return preadAll(file.get(), buffer);
 }
 
 tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const char* path) {
@@ -98,8 +112,62 @@ tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const ch
             const auto [last, error] = std::from_chars(name, end, number);
             if (error == std::errc() && last == end && number >= 0) numbers.push_back(number);
         }
+        // The kernel fills the buffer as far as entries fit: room for another entry left over
+        // means there is none, and asking again would cost a system call.
+        if (sizeof(buffer) - static_cast<size_t>(count) >= sizeof(dirent64)) break;
     }
     return numbers;
+}
+
+}  // namespace ostrel::procfs
+
+namespace ostrel::procfs {
+
+tl::expected<std::string_view, ReadError> ProcFileHandles::read(int procfd, int32_t pid,
+                                                                std::span<char> buffer,
+                                                                bool& reopened) {
+    auto slot =
+        std::lower_bound(handles_.begin(), handles_.end(), pid,
+                         [](const Handle& handle, int32_t key) { return handle.pid < key; });
+    reopened = false;
+    if (slot != handles_.end() && slot->pid == pid) {
+        if (slot->refusedScansLeft > 0) {
+            --slot->refusedScansLeft;
+            return tl::unexpected(ReadError::permission);
+        }
+        auto text = preadAll(slot->file.get(), buffer);
+        if (text && !text->empty()) return text;
+        if (!text && text.error() == ReadError::permission) {
+            // Spread the retries, so that the refused files are not all read in one scan.
+            slot->refusedScansLeft = 4 + static_cast<uint32_t>(pid % 8);
+            return text;
+        }
+        // An empty read or another error: the process behind the descriptor has gone.
+        slot = handles_.erase(slot);
+    }
+    reopened = true;
+    FileDescriptor file(::openat(procfd, PidPath(pid, file_).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) return tl::unexpected(readErrorFromErrno(errno));
+    auto text = preadAll(file.get(), buffer);
+    const bool refused = !text && text.error() == ReadError::permission;
+    if ((text || refused) && handles_.size() < budget_) {
+        handles_.insert(
+            slot, Handle{pid, std::move(file), refused ? 4 + static_cast<uint32_t>(pid % 8) : 0});
+    }
+    return text;
+}
+
+void ProcFileHandles::retainOnly(const std::vector<int32_t>& pids) {
+    std::erase_if(handles_, [&](const Handle& handle) {
+        return !std::binary_search(pids.begin(), pids.end(), handle.pid);
+    });
+}
+
+size_t handleBudget() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return 1024;
+    const rlim_t spare = limit.rlim_cur > 256 ? limit.rlim_cur - 256 : 0;
+    return static_cast<size_t>(std::min<rlim_t>(spare / 3, 4096));
 }
 
 }  // namespace ostrel::procfs

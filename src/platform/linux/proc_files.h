@@ -56,3 +56,41 @@ tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path
 tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const char* path);
 
 }  // namespace ostrel::procfs
+
+namespace ostrel::procfs {
+
+// Open descriptors of one per-process file (stat, io), kept from scan to scan so that a scan
+// reads each with a single pread instead of open, read and close; system calls are the whole
+// cost of a scan. A descriptor stays bound to its process: once the process is gone it reads
+// nothing, so a reused pid is never read through its predecessor's descriptor. A file that
+// refused to be read is tried again only after a few scans, as the refusal (another user's
+// process) rarely changes. At most `budget` descriptors are kept; beyond that files are opened
+// and closed as usual. Not thread-safe: one scan at a time uses it.
+class ProcFileHandles {
+  public:
+    ProcFileHandles(const char* file, size_t budget) : file_(file), budget_(budget) {}
+
+    // The file of `pid`; `reopened` tells whether it was opened afresh (a new process, or a
+    // pid that now belongs to another one).
+    tl::expected<std::string_view, ReadError> read(int procfd, int32_t pid, std::span<char> buffer,
+                                                   bool& reopened);
+    // Closes the descriptors of processes not in `pids` (sorted).
+    void retainOnly(const std::vector<int32_t>& pids);
+    size_t size() const { return handles_.size(); }
+
+  private:
+    struct Handle {
+        int32_t pid = 0;
+        FileDescriptor file;
+        uint32_t refusedScansLeft = 0;
+    };
+    const char* file_;
+    size_t budget_;
+    std::vector<Handle> handles_;  // sorted by pid
+};
+
+// How many descriptors per kind of file a scan may keep: a share of the process's limit, so
+// that a machine with thousands of processes cannot starve the program of descriptors.
+size_t handleBudget();
+
+}  // namespace ostrel::procfs

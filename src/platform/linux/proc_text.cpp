@@ -106,6 +106,14 @@ std::optional<uint64_t> parsePssKiB(std::string_view text) {
     return parseNumber<uint64_t>(number);
 }
 
+std::optional<uint64_t> parseTcpSocketsInUse(std::string_view text) {
+    auto line = valueOfLine(text, "TCP");
+    if (!line) line = valueOfLine(text, "TCP6");
+    if (!line || !line->starts_with("inuse ")) return std::nullopt;
+    std::string_view figure = line->substr(6);
+    return parseNumber<uint64_t>(figure.substr(0, figure.find(' ')));
+}
+
 std::optional<uint64_t> parseSocketInode(std::string_view link) {
     constexpr std::string_view kPrefix = "socket:[";
     if (!link.starts_with(kPrefix) || !link.ends_with(']')) return std::nullopt;

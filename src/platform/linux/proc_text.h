@@ -36,6 +36,9 @@ std::optional<ProcIo> parseProcIo(std::string_view text);
 // The "Pss:" line of /proc/<pid>/smaps_rollup, in kibibytes.
 std::optional<uint64_t> parsePssKiB(std::string_view text);
 
+// The "inuse" figure of the "TCP:" or "TCP6:" line of /proc/net/sockstat or sockstat6.
+std::optional<uint64_t> parseTcpSocketsInUse(std::string_view text);
+
 // The inode of a descriptor link "socket:[12345]"; other links give nothing.
 std::optional<uint64_t> parseSocketInode(std::string_view link);
 

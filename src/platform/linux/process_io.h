@@ -1,15 +1,18 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
+#include "platform/linux/proc_files.h"
 #include "platform/linux/process_names.h"
 #include "platform/process_source.h"
 
 namespace ostrel {
 
-// Storage bytes per process from /proc/<pid>/io. Other users' processes are unreadable
-// without privilege and are left out.
+// Storage bytes per process from /proc/<pid>/io, each file kept open from read to read (see
+// LinuxProcessSource). Other users' processes are unreadable without privilege and are left
+// out.
 class LinuxProcessDiskSource final : public ProcessDiskSource {
   public:
     LinuxProcessDiskSource(std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names);
@@ -18,6 +21,8 @@ class LinuxProcessDiskSource final : public ProcessDiskSource {
   private:
     std::string procRoot_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
+    std::mutex handlesLock_;
+    procfs::ProcFileHandles handles_;
 };
 
 }  // namespace ostrel

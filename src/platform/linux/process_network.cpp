@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <map>
 
 #include "platform/linux/proc_files.h"
@@ -31,6 +32,20 @@ std::vector<uint64_t> socketInodesOf(int procfd, int32_t pid) {
     return inodes;
 }
 
+// The kernel's count of TCP sockets in use, both families, as text; nothing when unreadable.
+std::optional<std::string> socketCountOf(int procfd) {
+    std::string count;
+    for (const char* file : {"net/sockstat", "net/sockstat6"}) {
+        char buffer[1024];
+        const auto text = procfs::readFileAt(procfd, file, buffer);
+        if (!text) return std::nullopt;
+        const auto inUse = procfs::parseTcpSocketsInUse(*text);
+        if (!inUse) return std::nullopt;
+        count += std::to_string(*inUse) + ' ';
+    }
+    return count;
+}
+
 uint64_t saturatingSum(uint64_t a, uint64_t b) {
     uint64_t sum = 0;
     return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
@@ -40,20 +55,47 @@ uint64_t saturatingSum(uint64_t a, uint64_t b) {
 
 LinuxProcessNetworkSource::LinuxProcessNetworkSource(
     std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names, const Clock& clock,
-    SocketDump dump)
+    std::shared_ptr<sockdiag::SocketDiag> diag)
     : procRoot_(std::move(procRoot)),
       names_(std::move(names)),
       clock_(clock),
-      dump_(dump ? std::move(dump) : SocketDump(sockdiag::dumpTcpSockets)) {
+      diag_(std::move(diag)) {
     if (!names_) names_ = std::make_shared<procfs::ProcessNameCache>();
+    if (!diag_) diag_ = std::make_shared<sockdiag::KernelSocketDiag>();
+}
+
+tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError>
+LinuxProcessNetworkSource::currentSockets(int procfd, Duration now) {
+    const auto socketCount = socketCountOf(procfd);
+    Known known;
+    {
+        std::lock_guard guard(knownLock_);
+        known = known_;
+    }
+    const bool listDue = !known.listedAt || now - *known.listedAt >= kDiscoveryPeriod ||
+                         !socketCount || socketCount != known.socketCount;
+    if (!listDue) {
+        // A failed lookup falls back to the full list.
+        if (auto sockets = diag_->lookUp(known.sockets)) {
+            std::lock_guard guard(knownLock_);
+            known_.sockets = *sockets;
+            return sockets;
+        }
+    }
+    auto sockets = diag_->dumpAll();
+    if (!sockets) return sockets;
+    std::lock_guard guard(knownLock_);
+    known_ = Known{*sockets, socketCount, now};
+    return sockets;
 }
 
 tl::expected<std::vector<ProcessNetworkCounters>, ReadError>
 LinuxProcessNetworkSource::readNetworkCounters() {
-    auto sockets = dump_();
-    if (!sockets) return tl::unexpected(sockets.error());
     auto proc = procfs::openDirectory(procRoot_.c_str());
     if (!proc) return tl::unexpected(proc.error());
+    const Duration now = clock_.monotonic();
+    auto sockets = currentSockets(proc->get(), now);
+    if (!sockets) return tl::unexpected(sockets.error());
     auto pids = procfs::numericEntries(proc->get(), ".");
     if (!pids) return tl::unexpected(pids.error());
 
@@ -62,7 +104,6 @@ LinuxProcessNetworkSource::readNetworkCounters() {
     for (const auto& socket : *sockets)
         inodes.push_back(socket.inode);
 
-    const Duration now = clock_.monotonic();
     procfs::SocketOwnerCache::Plan plan;
     {
         std::lock_guard guard(ownersLock_);

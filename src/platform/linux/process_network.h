@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "platform/linux/process_names.h"
@@ -14,22 +14,38 @@ namespace ostrel {
 
 // Bytes per process over its open TCP connections: the kernel's per-socket counters, summed
 // over the sockets each process holds.
+//
+// Listing all sockets makes the kernel walk its whole connection table (about a millisecond on
+// a machine with much memory, however few connections there are), while looking up known
+// sockets costs microseconds. So the list is taken when the kernel's count of TCP sockets
+// changed, or every kDiscoveryPeriod at the latest; in between, the sockets of the last list
+// are looked up directly. A connection that opens and another that closes in the same interval
+// leave the count alone: the new one is counted from the next list on.
 class LinuxProcessNetworkSource final : public ProcessNetworkSource {
   public:
-    using SocketDump =
-        std::function<tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError>()>;
+    static constexpr Duration kDiscoveryPeriod = std::chrono::seconds(10);
 
-    // `dump` lists the sockets; the kernel's sock_diag when empty.
+    // `diag` is the kernel's when null.
     LinuxProcessNetworkSource(std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names,
-                              const Clock& clock, SocketDump dump = {});
+                              const Clock& clock, std::shared_ptr<sockdiag::SocketDiag> diag = {});
     tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override;
 
   private:
+    struct Known {
+        std::vector<sockdiag::SocketTraffic> sockets;
+        std::optional<std::string> socketCount;
+        std::optional<Duration> listedAt;
+    };
+    tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError> currentSockets(int procfd,
+                                                                                 Duration now);
+
     std::string procRoot_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
     const Clock& clock_;
-    SocketDump dump_;
-    // Held for planning and merging only; descriptor tables are read outside it.
+    std::shared_ptr<sockdiag::SocketDiag> diag_;
+    // Both held for a copy or a merge only; the kernel is asked outside them.
+    std::mutex knownLock_;
+    Known known_;
     std::mutex ownersLock_;
     procfs::SocketOwnerCache owners_;
 };

@@ -12,7 +12,7 @@ ProcessSources makePlatformProcessSources(const Clock& clock) {
     auto names = std::make_shared<procfs::ProcessNameCache>();
     return ProcessSources{
         .processes = std::make_shared<LinuxProcessSource>(LinuxProcessSource::Options{}, names),
-        .memory = std::make_shared<LinuxProcessMemorySource>(),
+        .memory = std::make_shared<LinuxProcessMemorySource>(clock),
         .disk = std::make_shared<LinuxProcessDiskSource>("/proc", names),
         .network = std::make_shared<LinuxProcessNetworkSource>("/proc", names, clock),
         .ownPid = static_cast<int32_t>(getpid()),

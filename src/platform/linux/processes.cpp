@@ -1,10 +1,13 @@
 #include "platform/linux/processes.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "platform/linux/proc_files.h"
@@ -46,7 +49,10 @@ Duration scanTimeOf(int procfd) {
 
 LinuxProcessSource::LinuxProcessSource(Options options,
                                        std::shared_ptr<procfs::ProcessNameCache> names)
-    : options_(std::move(options)), names_(std::move(names)) {
+    : options_(std::move(options)),
+      root_(::open(options_.procRoot.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      scanState_(procfs::handleBudget()),
+      names_(std::move(names)) {
     if (options_.ticksPerSecond <= 0) options_.ticksPerSecond = sysconf(_SC_CLK_TCK);
     if (options_.pageSize <= 0) options_.pageSize = sysconf(_SC_PAGESIZE);
     if (!options_.userName) options_.userName = systemUserName;
@@ -67,12 +73,39 @@ std::string LinuxProcessSource::userNameOf(uid_t uid) {
     return name;
 }
 
+std::optional<uid_t> LinuxProcessSource::ownerOf(int procfd, int32_t pid, std::string_view comm,
+                                                 bool reopened, ScanState* state) {
+    Owner* known = nullptr;
+    if (state) {
+        const auto found = state->owners.find(pid);
+        if (found != state->owners.end()) known = &found->second;
+        // A program can change its user without exec, rarely and early: a periodic look
+        // catches it, staggered so that each scan looks at a few processes only.
+        const bool due = (state->scans + static_cast<uint64_t>(pid)) % kOwnerRefresh == 0;
+        if (known && !reopened && !due && known->comm == comm) return known->uid;
+    }
+    struct stat owner {};
+    if (fstatat(procfd, procfs::PidPath(pid, {}).c_str(), &owner, 0) != 0) return std::nullopt;
+    if (state) state->owners[pid] = Owner{owner.st_uid, std::string(comm)};
+    return owner.st_uid;
+}
+
 tl::expected<ProcessTable, ReadError> LinuxProcessSource::listProcesses() {
-    auto proc = procfs::openDirectory(options_.procRoot.c_str());
-    if (!proc) return tl::unexpected(proc.error());
-    const int procfd = proc->get();
+    procfs::FileDescriptor opened;
+    int procfd = root_.get();
+    if (!root_) {
+        auto proc = procfs::openDirectory(options_.procRoot.c_str());
+        if (!proc) return tl::unexpected(proc.error());
+        opened = std::move(*proc);
+        procfd = opened.get();
+    }
     auto pids = procfs::numericEntries(procfd, ".");
     if (!pids) return tl::unexpected(pids.error());
+    std::sort(pids->begin(), pids->end());
+
+    std::unique_lock ownState(scanStateLock_, std::try_to_lock);
+    ScanState* state = ownState.owns_lock() ? &scanState_ : nullptr;
+    if (state) ++state->scans;
 
     ProcessTable table;
     table.scanTime = scanTimeOf(procfd);
@@ -80,46 +113,83 @@ tl::expected<ProcessTable, ReadError> LinuxProcessSource::listProcesses() {
     char buffer[1024];
     for (const int32_t pid : *pids) {
         // A process that exits or hides itself from us while we read is simply not listed.
-        const auto text = procfs::readFileAt(procfd, procfs::PidPath(pid, "stat").c_str(), buffer);
+        bool reopened = true;
+        const auto text =
+            state ? state->stat.read(procfd, pid, buffer, reopened)
+                  : procfs::readFileAt(procfd, procfs::PidPath(pid, "stat").c_str(), buffer);
         if (!text) continue;
         const auto stat = procfs::parseProcStat(*text);
         if (!stat || stat->pid != pid) continue;
-        struct stat owner {};
-        if (fstatat(procfd, procfs::PidPath(pid, {}).c_str(), &owner, 0) != 0) continue;
+        const auto uid = ownerOf(procfd, pid, stat->comm, reopened, state);
+        if (!uid) continue;
 
         table.processes.push_back(ProcessReading{
             .pid = pid,
             .ppid = stat->ppid,
             .name = names_->nameFor(procfd, pid, stat->startTime, stat->comm),
-            .user = userNameOf(owner.st_uid),
+            .user = userNameOf(*uid),
             .residentBytes = stat->rssPages * static_cast<uint64_t>(options_.pageSize),
             .cpuTime = fromTicks(stat->utime + stat->stime, options_.ticksPerSecond),
             .startTime = fromTicks(stat->startTime, options_.ticksPerSecond),
+        });
+    }
+    if (state) {
+        state->stat.retainOnly(*pids);
+        std::erase_if(state->owners, [&](const auto& entry) {
+            return !std::binary_search(pids->begin(), pids->end(), entry.first);
         });
     }
     names_->retainOnly(*pids);
     return table;
 }
 
-LinuxProcessMemorySource::LinuxProcessMemorySource(std::string procRoot)
-    : procRoot_(std::move(procRoot)) {}
+LinuxProcessMemorySource::LinuxProcessMemorySource(const Clock& clock, std::string procRoot)
+    : clock_(clock), procRoot_(std::move(procRoot)) {}
 
 tl::expected<std::unordered_map<int32_t, double>, ReadError>
 LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates) {
     auto proc = procfs::openDirectory(procRoot_.c_str());
     if (!proc) return tl::unexpected(proc.error());
-    std::unordered_map<int32_t, double> memory;
+    const Duration now = clock_.monotonic();
+    std::unordered_map<int32_t, Figure> previous;
+    {
+        std::lock_guard guard(figuresLock_);
+        previous = figures_;
+    }
+
+    std::unordered_map<int32_t, Figure> figures;
     std::optional<ReadError> firstFailure;
     char buffer[4096];
     for (const int32_t pid : candidates) {
+        const auto statText =
+            procfs::readFileAt(proc->get(), procfs::PidPath(pid, "stat").c_str(), buffer);
+        const auto stat = statText ? procfs::parseProcStat(*statText) : std::nullopt;
+        if (!stat) continue;  // gone
+        const auto known = previous.find(pid);
+        if (known != previous.end() && known->second.startTicks == stat->startTime &&
+            now - known->second.readAt < kMaxAge &&
+            std::abs(static_cast<double>(stat->rssPages) -
+                     static_cast<double>(known->second.residentPages)) <=
+                kResidentChange * static_cast<double>(known->second.residentPages)) {
+            figures.emplace(pid, known->second);
+            continue;
+        }
         const auto text =
             procfs::readFileAt(proc->get(), procfs::PidPath(pid, "smaps_rollup").c_str(), buffer);
         const auto kib = text ? procfs::parsePssKiB(*text) : std::nullopt;
         if (kib) {
-            memory[pid] = static_cast<double>(*kib) / 1024.0;
+            figures.emplace(pid, Figure{stat->startTime, stat->rssPages,
+                                        static_cast<double>(*kib) / 1024.0, now});
         } else if (!firstFailure) {
             firstFailure = text ? ReadError::parse : text.error();
         }
+    }
+    std::unordered_map<int32_t, double> memory;
+    for (const auto& [pid, figure] : figures)
+        memory.emplace(pid, figure.megabytes);
+    {
+        std::lock_guard guard(figuresLock_);
+        figures_ = std::move(figures);
     }
     // Not one figure: the kernel lacks the file, or none of these processes is ours to read.
     if (memory.empty() && firstFailure) return tl::unexpected(*firstFailure);

@@ -9,13 +9,17 @@
 #include <string>
 #include <unordered_map>
 
+#include "platform/linux/proc_files.h"
 #include "platform/linux/process_names.h"
 #include "platform/process_source.h"
 
 namespace ostrel {
 
-// The process list from /proc: one stat file and one directory status per process, with user
-// and full names cached across scans.
+// The process list from /proc. System calls are the cost of a scan, so a scan keeps each
+// process's stat file open and reads it with one pread; the owner (one fstatat) is read again
+// when the process is new, when it ran another program, and every kOwnerRefresh scans
+// otherwise; user and full names are cached for the life of the process.
+// Two scans may run at once: the second one does without the kept descriptors.
 class LinuxProcessSource final : public ProcessSource {
   public:
     struct Options {
@@ -29,10 +33,29 @@ class LinuxProcessSource final : public ProcessSource {
     LinuxProcessSource(Options options, std::shared_ptr<procfs::ProcessNameCache> names);
     tl::expected<ProcessTable, ReadError> listProcesses() override;
 
+    static constexpr uint64_t kOwnerRefresh = 8;
+
   private:
+    struct Owner {
+        uid_t uid = 0;
+        std::string comm;
+    };
+    // Kept from scan to scan, used by one scan at a time.
+    struct ScanState {
+        explicit ScanState(size_t budget) : stat("stat", budget) {}
+        procfs::ProcFileHandles stat;
+        std::unordered_map<int32_t, Owner> owners;
+        uint64_t scans = 0;
+    };
+
     std::string userNameOf(uid_t uid);
+    std::optional<uid_t> ownerOf(int procfd, int32_t pid, std::string_view comm, bool reopened,
+                                 ScanState* state);
 
     Options options_;
+    procfs::FileDescriptor root_;
+    std::mutex scanStateLock_;
+    ScanState scanState_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
     std::mutex userNamesLock_;
     std::unordered_map<uid_t, std::string> userNames_;
@@ -40,15 +63,29 @@ class LinuxProcessSource final : public ProcessSource {
 
 // Proportional set sizes from /proc/<pid>/smaps_rollup: shared pages divided among their users,
 // closer to what a process costs than its resident size. Each read walks the process's page
-// tables, so only the few largest processes are read, off the sampling path.
+// tables (milliseconds for a large process), so a figure is read again only when the
+// process's resident size moved by more than kResidentChange since, or after kMaxAge.
 class LinuxProcessMemorySource final : public ProcessMemorySource {
   public:
-    explicit LinuxProcessMemorySource(std::string procRoot = "/proc");
+    static constexpr double kResidentChange = 0.05;
+    static constexpr Duration kMaxAge = std::chrono::seconds(60);
+
+    explicit LinuxProcessMemorySource(const Clock& clock, std::string procRoot = "/proc");
     tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
         const std::vector<int32_t>& candidates) override;
 
   private:
+    struct Figure {
+        uint64_t startTicks = 0;
+        uint64_t residentPages = 0;
+        double megabytes = 0;
+        Duration readAt{};
+    };
+    const Clock& clock_;
     std::string procRoot_;
+    // Used from the refinement queue only; the lock guards against a second caller.
+    std::mutex figuresLock_;
+    std::unordered_map<int32_t, Figure> figures_;
 };
 
 }  // namespace ostrel

@@ -19,6 +19,8 @@ namespace ostrel::sockdiag {
 
 namespace {
 
+static_assert(sizeof(SocketKey::id) == sizeof(inet_diag_sockid));
+
 // TCP states as numbered in the kernel (include/net/tcp_states.h). Listening sockets carry no
 // traffic, and time-wait and request sockets have no owner any more.
 constexpr uint32_t kEstablished = 1, kSynSent = 2, kFinWait1 = 4, kFinWait2 = 5, kClose = 7,
@@ -31,44 +33,38 @@ constexpr uint32_t kStatesWithOwners = (1u << kEstablished) | (1u << kSynSent) |
 constexpr size_t kInfoBytesNeeded =
     offsetof(tcp_info, tcpi_bytes_received) + sizeof(tcp_info::tcpi_bytes_received);
 
-tl::expected<void, ReadError> dumpFamily(int socket, uint8_t family,
-                                         std::vector<SocketTraffic>& sockets) {
-    struct {
-        nlmsghdr header;
-        inet_diag_req_v2 request;
-    } message{};
-    message.header.nlmsg_len = sizeof(message);
-    message.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
-    message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-    message.request.sdiag_family = family;
-    message.request.sdiag_protocol = IPPROTO_TCP;
-    message.request.idiag_states = kStatesWithOwners;
-    message.request.idiag_ext = 1u << (INET_DIAG_INFO - 1);
+// Lookups sent per round: the replies of one round must fit the socket's receive buffer.
+constexpr size_t kLookupBatch = 64;
+constexpr size_t kReplySize = 1024;
 
+tl::expected<procfs::FileDescriptor, ReadError> openDiagSocket() {
+    procfs::FileDescriptor socket(
+        ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    if (!socket) return tl::unexpected(procfs::readErrorFromErrno(errno));
+    // A reply the kernel could not queue never comes: give up rather than wait for it.
+    const timeval timeout{.tv_sec = 1, .tv_usec = 0};
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+    return socket;
+}
+
+tl::expected<void, ReadError> sendToKernel(int socket, const void* data, size_t length) {
     sockaddr_nl kernel{};
     kernel.nl_family = AF_NETLINK;
-    if (::sendto(socket, &message, sizeof(message), 0, reinterpret_cast<sockaddr*>(&kernel),
-                 sizeof(kernel)) < 0) {
+    if (::sendto(socket, data, length, 0, reinterpret_cast<sockaddr*>(&kernel), sizeof(kernel)) <
+        0) {
         return tl::unexpected(procfs::readErrorFromErrno(errno));
     }
-    alignas(nlmsghdr) uint8_t buffer[32768];
-    while (true) {
-        const ssize_t count = ::recv(socket, buffer, sizeof(buffer), 0);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            return tl::unexpected(procfs::readErrorFromErrno(errno));
-        }
-        if (count == 0) return tl::unexpected(ReadError::parse);
-        auto done = parseDumpDatagram({buffer, static_cast<size_t>(count)}, sockets);
-        if (!done) return tl::unexpected(done.error());
-        if (*done) return {};
-    }
+    return {};
+}
+
+uint8_t familyOf(const inet_diag_msg& message) {
+    return message.idiag_family;
 }
 
 }  // namespace
 
-tl::expected<bool, ReadError> parseDumpDatagram(std::span<const uint8_t> datagram,
-                                                std::vector<SocketTraffic>& sockets) {
+tl::expected<bool, ReadError> parseDatagram(std::span<const uint8_t> datagram,
+                                            std::vector<SocketTraffic>& sockets, bool lookups) {
     size_t offset = 0;
     while (datagram.size() - offset >= sizeof(nlmsghdr)) {
         nlmsghdr header;
@@ -82,12 +78,14 @@ tl::expected<bool, ReadError> parseDumpDatagram(std::span<const uint8_t> datagra
 
         if (header.nlmsg_type == NLMSG_DONE) return true;
         if (header.nlmsg_type == NLMSG_ERROR) {
+            if (lookups) continue;
             nlmsgerr error{};
             if (payloadLength < sizeof(error)) return tl::unexpected(ReadError::parse);
             std::memcpy(&error, payload, sizeof(error));
             return tl::unexpected(procfs::readErrorFromErrno(-error.error));
         }
-        if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY || payloadLength < sizeof(inet_diag_msg)) {
+        if ((header.nlmsg_type != SOCK_DIAG_BY_FAMILY && header.nlmsg_type != TCPDIAG_GETSOCK) ||
+            payloadLength < sizeof(inet_diag_msg)) {
             continue;
         }
         inet_diag_msg socket{};
@@ -107,9 +105,12 @@ tl::expected<bool, ReadError> parseDumpDatagram(std::span<const uint8_t> datagra
                 tcp_info info{};
                 std::memcpy(&info, payload + attribute + RTA_LENGTH(0),
                             std::min(dataLength, sizeof(info)));
-                sockets.push_back({.inode = socket.idiag_inode,
-                                   .bytesReceived = info.tcpi_bytes_received,
-                                   .bytesAcked = info.tcpi_bytes_acked});
+                SocketTraffic traffic{.inode = socket.idiag_inode,
+                                      .bytesReceived = info.tcpi_bytes_received,
+                                      .bytesAcked = info.tcpi_bytes_acked};
+                traffic.key.family = familyOf(socket);
+                std::memcpy(traffic.key.id.data(), &socket.id, sizeof(socket.id));
+                sockets.push_back(traffic);
                 break;
             }
             attribute += RTA_ALIGN(attributeHeader.rta_len);
@@ -118,15 +119,96 @@ tl::expected<bool, ReadError> parseDumpDatagram(std::span<const uint8_t> datagra
     return false;
 }
 
-tl::expected<std::vector<SocketTraffic>, ReadError> dumpTcpSockets() {
-    procfs::FileDescriptor socket(
-        ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
-    if (!socket) return tl::unexpected(procfs::readErrorFromErrno(errno));
+tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::dumpAll() {
+    auto socket = openDiagSocket();
+    if (!socket) return tl::unexpected(socket.error());
+    // The older request form dumps both address families in one walk of the connection table,
+    // where the newer one walks the whole table once per family.
+    struct {
+        nlmsghdr header;
+        inet_diag_req request;
+    } message{};
+    message.header.nlmsg_len = sizeof(message);
+    message.header.nlmsg_type = TCPDIAG_GETSOCK;
+    message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    message.request.idiag_states = kStatesWithOwners;
+    message.request.idiag_ext = 1u << (INET_DIAG_INFO - 1);
+    if (auto sent = sendToKernel(socket->get(), &message, sizeof(message)); !sent) {
+        return tl::unexpected(sent.error());
+    }
+
     std::vector<SocketTraffic> sockets;
-    for (const uint8_t family : {uint8_t{AF_INET}, uint8_t{AF_INET6}}) {
-        auto dumped = dumpFamily(socket.get(), family, sockets);
-        // A kernel built without IPv6 still has the IPv4 sockets to give.
-        if (!dumped && family == AF_INET) return tl::unexpected(dumped.error());
+    alignas(nlmsghdr) uint8_t buffer[32768];
+    while (true) {
+        const ssize_t count = ::recv(socket->get(), buffer, sizeof(buffer), 0);
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return tl::unexpected(procfs::readErrorFromErrno(errno));
+        }
+        if (count == 0) return tl::unexpected(ReadError::parse);
+        auto done = parseDatagram({buffer, static_cast<size_t>(count)}, sockets);
+        if (!done) return tl::unexpected(done.error());
+        if (*done) return sockets;
+    }
+}
+
+tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::lookUp(
+    const std::vector<SocketTraffic>& known) {
+    std::vector<SocketTraffic> sockets;
+    if (known.empty()) return sockets;
+    auto socket = openDiagSocket();
+    if (!socket) return tl::unexpected(socket.error());
+
+    struct Request {
+        nlmsghdr header;
+        inet_diag_req_v2 request;
+    };
+    static_assert(sizeof(Request) % NLMSG_ALIGNTO == 0);
+    // The kernel answers each request of a datagram with one reply datagram, which one
+    // recvmmsg collects by the batch.
+    for (size_t first = 0; first < known.size(); first += kLookupBatch) {
+        const size_t count = std::min(kLookupBatch, known.size() - first);
+        Request requests[kLookupBatch]{};
+        for (size_t i = 0; i < count; ++i) {
+            const SocketKey& key = known[first + i].key;
+            Request& request = requests[i];
+            request.header.nlmsg_len = sizeof(Request);
+            request.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+            request.header.nlmsg_flags = NLM_F_REQUEST;
+            request.header.nlmsg_seq = static_cast<uint32_t>(first + i);
+            request.request.sdiag_family = key.family;
+            request.request.sdiag_protocol = IPPROTO_TCP;
+            request.request.idiag_ext = 1u << (INET_DIAG_INFO - 1);
+            request.request.idiag_states = ~0u;
+            std::memcpy(&request.request.id, key.id.data(), sizeof(request.request.id));
+        }
+        if (auto sent = sendToKernel(socket->get(), requests, count * sizeof(Request)); !sent) {
+            return tl::unexpected(sent.error());
+        }
+        alignas(nlmsghdr) static thread_local uint8_t replies[kLookupBatch][kReplySize];
+        iovec vectors[kLookupBatch];
+        mmsghdr messages[kLookupBatch];
+        size_t received = 0;
+        while (received < count) {
+            const size_t wanted = count - received;
+            for (size_t i = 0; i < wanted; ++i) {
+                vectors[i] = {replies[i], kReplySize};
+                messages[i] = {};
+                messages[i].msg_hdr.msg_iov = &vectors[i];
+                messages[i].msg_hdr.msg_iovlen = 1;
+            }
+            const int got = ::recvmmsg(socket->get(), messages, wanted, 0, nullptr);
+            if (got < 0) {
+                if (errno == EINTR) continue;
+                return tl::unexpected(procfs::readErrorFromErrno(errno));
+            }
+            if (got == 0) return tl::unexpected(ReadError::parse);
+            for (int i = 0; i < got; ++i) {
+                auto parsed = parseDatagram({replies[i], messages[i].msg_len}, sockets, true);
+                if (!parsed) return tl::unexpected(parsed.error());
+            }
+            received += static_cast<size_t>(got);
+        }
     }
     return sockets;
 }

@@ -1,0 +1,227 @@
+#include "app/command_client.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <charconv>
+#include <chrono>
+
+#include "app/command_protocol.h"
+#include "app/dictionary_entries.h"
+
+namespace ostrel {
+namespace {
+
+using namespace std::chrono_literals;
+namespace P = CommandProtocol;
+
+constexpr int kReplyPolls = 20;
+constexpr Duration kReplyPollInterval = 100ms;
+constexpr int kQuitPolls = 15;  // 3 seconds for a quitting instance to leave
+constexpr Duration kQuitPollInterval = 200ms;
+
+std::string managedWarning(std::string_view key) {
+    return fmt::format("Warning: {} is managed by MDM and cannot be changed via CLI", key);
+}
+
+}  // namespace
+
+bool listsOtherProcess(std::string_view searchOutput, int64_t ownProcessId) {
+    constexpr std::string_view blanks = " \t\r";
+    while (!searchOutput.empty()) {
+        const size_t end = std::min(searchOutput.find('\n'), searchOutput.size());
+        std::string_view piece = searchOutput.substr(0, end);
+        searchOutput.remove_prefix(std::min(end + 1, searchOutput.size()));
+        const size_t first = piece.find_first_not_of(blanks);
+        if (first == std::string_view::npos) continue;
+        piece = piece.substr(first, piece.find_last_not_of(blanks) - first + 1);
+        int32_t pid = 0;
+        const auto [stop, error] = std::from_chars(piece.data(), piece.data() + piece.size(), pid);
+        if (error == std::errc() && stop == piece.data() + piece.size() && pid != ownProcessId) {
+            return true;
+        }
+    }
+    return false;
+}
+
+CommandClient::CommandClient(Platform platform, std::ostream& out)
+    : platform_(std::move(platform)), out_(out) {}
+
+void CommandClient::print(std::string_view line) {
+    out_ << line << '\n';
+}
+
+void CommandClient::executeCommand(const CLIArguments& arguments) {
+    applySettings(arguments);
+    const bool running = isRunning();
+    auto& preferences = platform_.preferences;
+
+    // One command only, the first that applies.
+    if (arguments.setHeadless) {
+        switchHeadless(*arguments.setHeadless, running);
+    } else if (arguments.shouldStart) {
+        start(arguments, running);
+    } else if (arguments.shouldStop) {
+        if (!running) return print("App is not running");
+        post("stop");
+        print("Stop command sent — collection stopped (app stays running)");
+    } else if (arguments.shouldQuit) {
+        if (!running) return print("App is not running");
+        post("quit");
+        print("Quit command sent");
+    } else if (arguments.showDashboard) {
+        preferences.set(P::pendingCommandKey, "dashboard");
+        preferences.synchronize();
+        if (running) {
+            post("dashboard");
+        } else {
+            launchAppIfNeeded(std::nullopt);
+        }
+    } else if (arguments.clearPins) {
+        preferences.remove(P::pinnedSetting);
+        preferences.synchronize();
+        print("Pinned processes cleared");
+        if (running) post("clear-pins");
+    }
+}
+
+// Stored before the command so that the application finds them when it next loads settings;
+// they stay even when no instance is found.
+void CommandClient::applySettings(const CLIArguments& arguments) {
+    auto& preferences = platform_.preferences;
+    if (const auto seconds = arguments.intervalSeconds) {
+        if (preferences.isForced(P::intervalSetting)) {
+            print(managedWarning(P::intervalSetting));
+        } else {
+            preferences.set(P::intervalSetting, *seconds);
+            print(fmt::format("Collection interval set to {} seconds", *seconds));
+        }
+    }
+    // Not asked about management: a managed duration simply wins when settings load.
+    if (const auto minutes = arguments.durationMinutes) {
+        preferences.set(P::durationSetting, *minutes);
+        print(*minutes == 0 ? std::string("Duration limit set to unlimited")
+                            : fmt::format("Duration limit set to {} minutes", *minutes));
+    }
+    if (!arguments.watchProcesses.empty()) {
+        if (preferences.isForced(P::watchedSetting)) {
+            print(managedWarning(P::watchedSetting));
+        } else {
+            preferences.set(P::watchedSetting, PreferenceValue(arguments.watchProcesses));
+            print(fmt::format("Watched processes: {}", fmt::join(arguments.watchProcesses, ", ")));
+        }
+    }
+    preferences.synchronize();
+}
+
+bool CommandClient::isRunning() const {
+    if (platform_.channel.instanceRunning()) return true;
+    const auto listing = platform_.listProcessesByName();
+    return listing && listsOtherProcess(*listing, platform_.ownProcessId);
+}
+
+void CommandClient::post(std::string_view command) {
+    platform_.channel.post({{std::string(P::commandEntry), std::string(command)}});
+}
+
+void CommandClient::switchHeadless(bool enabled, bool running) {
+    auto& preferences = platform_.preferences;
+    if (preferences.isForced(P::headlessSetting)) return print(managedWarning(P::headlessSetting));
+    preferences.set(P::headlessSetting, enabled);
+    preferences.synchronize();
+    print(enabled ? "Headless mode enabled" : "Headless mode disabled");
+
+    // The mode is read at launch only, so a running instance is replaced.
+    std::string_view word = "launched";
+    if (running) {
+        post("quit");
+        for (int i = 0; i < kQuitPolls; ++i) {
+            platform_.sleep(kQuitPollInterval);
+            if (!platform_.channel.instanceRunning()) break;
+        }
+        word = "restarted";
+    }
+    launchAppIfNeeded(
+        fmt::format("App {} with headless mode {}", word, enabled ? "enabled" : "disabled"));
+}
+
+void CommandClient::start(const CLIArguments& arguments, bool running) {
+    auto& preferences = platform_.preferences;
+    // What a newly launched instance finds and performs.
+    preferences.set(P::pendingCommandKey, "start");
+    preferences.synchronize();
+    if (!running) return launchAppIfNeeded("App launched - monitoring will start shortly");
+
+    // Cleared first, so that an old reply cannot pass for the answer to this request.
+    preferences.remove(P::commandResultKey);
+    preferences.synchronize();
+    PreferenceDictionary userInfo{{std::string(P::commandEntry), "start"}};
+    if (arguments.durationMinutes)
+        userInfo[std::string(P::durationEntry)] = *arguments.durationMinutes;
+    if (arguments.intervalSeconds)
+        userInfo[std::string(P::intervalEntry)] = *arguments.intervalSeconds;
+    if (!arguments.watchProcesses.empty()) {
+        userInfo[std::string(P::watchedEntry)] = PreferenceValue(arguments.watchProcesses);
+    }
+    platform_.channel.post(userInfo);
+
+    const auto reply = awaitDictionary(P::commandResultKey);
+    preferences.remove(P::commandResultKey);
+    preferences.synchronize();
+    // A lost reply is not told apart from a success.
+    if (!reply || stringEntry(*reply, "result") != "already_running")
+        return print("Monitoring started");
+
+    print("Collection already running");
+    print("  Started: " + stringEntry(*reply, "startedAt").value_or("unknown"));
+    print(fmt::format("  Interval: {}s", integerEntry(*reply, "intervalSeconds").value_or(0)));
+    print("  Duration: " + stringEntry(*reply, "durationDesc").value_or("unlimited"));
+    print(fmt::format("  Records collected: {}",
+                      integerEntry(*reply, "recordsCollected").value_or(0)));
+    if (const auto applied = stringListEntry(*reply, "settingsApplied")) {
+        print(fmt::format("Settings updated: {}", fmt::join(*applied, ", ")));
+    }
+}
+
+std::optional<PreferenceDictionary> CommandClient::awaitDictionary(std::string_view key) {
+    for (int i = 0; i < kReplyPolls; ++i) {
+        platform_.sleep(kReplyPollInterval);
+        platform_.preferences.synchronize();
+        if (auto dictionary = platform_.preferences.dictionary(key)) return dictionary;
+    }
+    return std::nullopt;
+}
+
+void CommandClient::launchAppIfNeeded(const std::optional<std::string>& message) {
+    const auto launched = platform_.launcher.launchApplication();
+    if (launched) {
+        if (message) print(*message);
+        return;
+    }
+    const LaunchFailure& failure = launched.error();
+    switch (failure.kind) {
+        case LaunchFailure::Kind::applicationNotFound:
+            return print("Warning: Could not find app bundle. Please start it manually.");
+        case LaunchFailure::Kind::couldNotStart:
+            return print("Warning: Could not launch app: " + failure.description);
+        case LaunchFailure::Kind::exitStatus:
+            return print(
+                fmt::format("Warning: Failed to launch app (exit code {})", failure.exitCode));
+    }
+}
+
+void CommandClient::requestAndPrintStatus() {
+    // Only a listening instance can answer; the process list is not asked here.
+    if (!platform_.channel.instanceRunning()) return print("Ostrel is not running");
+    auto& preferences = platform_.preferences;
+    preferences.remove(P::statusKey);
+    preferences.synchronize();
+    post("status");
+    const auto status = awaitDictionary(P::statusKey);
+    preferences.remove(P::statusKey);
+    preferences.synchronize();
+    if (!status) return print("Failed to get status from running app");
+    out_ << statusReport(*status, platform_.showDate);
+}
+
+}  // namespace ostrel

@@ -1,0 +1,308 @@
+#include "collectors/process_collector.h"
+
+#include <gtest/gtest.h>
+
+#include "support/log_recorder.h"
+#include "support/virtual_dispatcher.h"
+
+namespace ostrel {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::VirtualDispatcher;
+
+constexpr int32_t kOwnPid = 4242;
+
+ProcessReading measured(int32_t pid, std::string name, double cpu, double megabytes,
+                        int32_t ppid = 1) {
+    return {.pid = pid,
+            .ppid = ppid,
+            .name = std::move(name),
+            .user = "alice",
+            .residentBytes = static_cast<uint64_t>(megabytes * 1048576),
+            .cpuPercent = cpu};
+}
+
+// Invented readings, handed out in turn; an error stands for a source that failed.
+template <class Reading>
+struct Scripted {
+    std::vector<tl::expected<Reading, ReadError>> answers;
+    size_t calls = 0;
+    tl::expected<Reading, ReadError> next() {
+        const size_t index = std::min(calls++, answers.size() - 1);
+        return answers[index];
+    }
+};
+
+struct FakeProcesses : ProcessSource, Scripted<ProcessTable> {
+    tl::expected<ProcessTable, ReadError> listProcesses() override { return next(); }
+};
+struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, double>> {
+    std::vector<std::vector<int32_t>> candidates;
+    tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
+        const std::vector<int32_t>& pids) override {
+        candidates.push_back(pids);
+        return next();
+    }
+};
+struct FakeDisk : ProcessDiskSource, Scripted<std::vector<ProcessDiskCounters>> {
+    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() override {
+        return next();
+    }
+};
+struct FakeNetwork : ProcessNetworkSource, Scripted<std::vector<ProcessNetworkCounters>> {
+    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override {
+        return next();
+    }
+};
+
+struct Fixture {
+    VirtualDispatcher dispatcher;
+    std::shared_ptr<FakeProcesses> processes = std::make_shared<FakeProcesses>();
+    std::shared_ptr<FakeMemory> memory = std::make_shared<FakeMemory>();
+    std::shared_ptr<FakeDisk> disk = std::make_shared<FakeDisk>();
+    std::shared_ptr<FakeNetwork> network = std::make_shared<FakeNetwork>();
+
+    std::unique_ptr<ProcessCollector> make(bool withMemory = false) {
+        return std::make_unique<ProcessCollector>(
+            ProcessSources{processes, withMemory ? memory : nullptr, disk, network, kOwnPid},
+            dispatcher);
+    }
+    void list(std::vector<ProcessReading> readings) {
+        processes->answers = {ProcessTable{seconds(100), std::move(readings)}};
+    }
+};
+
+std::vector<int64_t> pidsOf(const std::vector<ProcessMetricInfo>& infos) {
+    std::vector<int64_t> pids;
+    for (const auto& info : infos)
+        pids.push_back(info.pid);
+    return pids;
+}
+
+TEST(ProcessCollector, TopListsRankStablyCarryOnlyTheirFigureAndDropOwnToolChildren) {
+    Fixture f;
+    std::vector<ProcessReading> readings = {
+        measured(10, "a", 5.0, 100),     measured(11, "b", 7.25, 50),
+        measured(12, "c", 5.0, 300),     measured(13, "ps", 99, 1, kOwnPid),
+        measured(14, "top", 1.0, 1, 77), measured(15, "d", 0.05, 0.05),
+    };
+    for (int i = 0; i < 25; ++i)
+        readings.push_back(measured(100 + i, "idle", 0, 0.01));
+    f.list(readings);
+    auto collector = f.make();
+
+    const ProcessMetrics metrics = collector->collect();
+    EXPECT_EQ(metrics.processCount, 30);
+    ASSERT_EQ(metrics.topCPU->size(), 20u);
+    EXPECT_EQ(pidsOf(*metrics.topCPU),
+              (std::vector<int64_t>{11,  10,  12,  14,  15,  100, 101, 102, 103, 104,
+                                    105, 106, 107, 108, 109, 110, 111, 112, 113, 114}));
+    EXPECT_EQ(metrics.topCPU->front().cpuPercent, 7.3);  // 7.25 rounds half away from zero
+    EXPECT_FALSE(metrics.topCPU->front().memoryMB);
+    EXPECT_EQ(metrics.topCPU->front().user, "alice");
+    EXPECT_EQ(pidsOf(*metrics.topMemory).front(), 12);
+    EXPECT_EQ(metrics.topMemory->front().memoryMB, 300);
+    EXPECT_FALSE(metrics.topMemory->front().cpuPercent);
+    EXPECT_FALSE(metrics.topNetwork);
+    EXPECT_FALSE(metrics.topDisk);
+}
+
+TEST(ProcessCollector, FailedListReadsAsEmptyAndLogsOncePerFailure) {
+    Fixture f;
+    f.processes->answers = {tl::unexpected(ReadError::notFound),
+                            tl::unexpected(ReadError::notFound),
+                            ProcessTable{seconds(1), {measured(1, "init", 0, 1)}},
+                            tl::unexpected(ReadError::permission)};
+    auto collector = f.make();
+    testing::LogRecorder log;
+    const ProcessMetrics empty{.topCPU = std::vector<ProcessMetricInfo>{},
+                               .topMemory = std::vector<ProcessMetricInfo>{},
+                               .processCount = 0};
+
+    EXPECT_EQ(collector->collect(), empty);
+    EXPECT_EQ(collector->collect(), empty);
+    EXPECT_EQ(collector->collect().processCount, 1);
+    EXPECT_EQ(collector->collect(), empty);
+    const auto warnings = log.matching("Process list unavailable");
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_EQ(warnings[1], "Process list unavailable: permission denied");
+}
+
+TEST(ProcessCollector, NamesAreCleanedOfLineBreaksAndInvalidUtf8) {
+    Fixture f;
+    f.list({measured(1, "evil\nname\xff", 0, 1)});
+    EXPECT_EQ(f.make()->collect().topCPU->front().name, "evilname\xEF\xBF\xBD");
+}
+
+// Kernel counters: cumulative CPU time and start time since boot, scan times since boot.
+ProcessReading counted(int32_t pid, double cpuSeconds, double startSeconds) {
+    return {
+        .pid = pid,
+        .name = "p",
+        .cpuTime = std::chrono::duration_cast<Duration>(std::chrono::duration<double>(cpuSeconds)),
+        .startTime =
+            std::chrono::duration_cast<Duration>(std::chrono::duration<double>(startSeconds))};
+}
+ProcessTable scanAt(double sinceBoot, std::vector<ProcessReading> readings) {
+    return {std::chrono::duration_cast<Duration>(std::chrono::duration<double>(sinceBoot)),
+            std::move(readings)};
+}
+
+TEST(ProcessCpuFromCounters, FirstSightLifetimeThenDeltaOverEachProcesssWindow) {
+    Fixture f;
+    f.processes->answers = {
+        // first sight: 5 s of CPU over a 20 s life; a process started this very tick
+        scanAt(100, {counted(1, 5, 80), counted(2, 0, 100)}),
+        // 1.5 s of CPU over 2 s: one and a half cores
+        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
+        // identical scan time: no window, the previous figure stands
+        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
+        // pid 1 reused by a process started at 103; pid 2's counter went backwards
+        scanAt(104, {counted(1, 0.25, 103), counted(2, 0.1, 100)}),
+    };
+    auto collector = f.make();
+    const auto cpuOf = [&] {
+        std::vector<double> figures;
+        for (const auto& entry : collector->collectProcessInfo())
+            figures.push_back(entry.cpuPercent);
+        return figures;
+    };
+    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 2.5}));  // both back to lifetime averages
+}
+
+TEST(ProcessMemoryRefinement, TimerFillsCacheFromLargestProcessesAndFollowsInterval) {
+    Fixture f;
+    f.list({measured(1, "small", 0, 10), measured(2, "big", 0, 500), measured(3, "mid", 0, 100)});
+    f.memory->answers = {std::unordered_map<int32_t, double>{{2, 321.04}}};
+    auto collector = f.make(true);
+
+    // Before the first refinement, resident sizes hold.
+    EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
+    f.dispatcher.advance(Duration::zero());  // the timer starts at once
+    ASSERT_EQ(f.memory->candidates.size(), 1u);
+    EXPECT_EQ(f.memory->candidates[0], (std::vector<int32_t>{2, 3, 1}));
+    const std::vector<ProcessMetricInfo> refined = collector->collect().topMemory.value();
+    ASSERT_EQ(refined.size(), 3u);
+    EXPECT_EQ(refined[0].memoryMB, 321.0);
+    EXPECT_EQ(refined[1].memoryMB, 100);
+
+    f.dispatcher.advance(seconds(2));
+    EXPECT_EQ(f.memory->candidates.size(), 2u);
+    collector->setMemoryUpdateInterval(0);  // at least one second
+    f.dispatcher.advance(milliseconds(1000));
+    EXPECT_EQ(f.memory->candidates.size(), 4u);  // restarted at once, then after 1 s
+
+    // A failed refinement empties the cache: resident sizes again.
+    f.memory->answers = {tl::unexpected(ReadError::permission)};
+    f.dispatcher.advance(seconds(1));
+    EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
+
+    collector.reset();
+    EXPECT_EQ(f.dispatcher.activeTimers(), 0u);
+    f.dispatcher.advance(seconds(5));
+}
+
+ProcessDiskCounters io(int32_t pid, uint64_t read, uint64_t written) {
+    return {pid, "p" + std::to_string(pid), read, written};
+}
+
+TEST(ProcessDiskStats, RatesOverMeasuredTimeAfterABaselineSkippingShortWindowsAndResets) {
+    Fixture f;
+    f.disk->answers = {
+        std::vector{io(1, 1000, 0), io(2, 500, 500)},
+        std::vector{io(1, 2000, 0), io(2, 500, 500)},                 // 0.05 s later
+        std::vector{io(1, 3000, 50), io(2, 400, 700), io(3, 9, 9)},   // 2 s later
+        std::vector{io(1, 3000, 50), io(2, 700, 900), io(3, 9, 10)},  // 2 s later
+    };
+    auto collector = f.make();
+    auto& clock = f.dispatcher.virtualClock();
+
+    EXPECT_TRUE(collector->collectDiskStats(5).empty());  // baseline only
+    clock.advance(milliseconds(50));
+    EXPECT_TRUE(collector->collectDiskStats(5).empty());  // window too short, baseline moved
+    clock.advance(seconds(2));
+    // Against the second reading: pid 2 went backwards (a reused pid), pid 3 is new.
+    EXPECT_EQ(collector->collectDiskStats(5), (std::vector<ProcessDiskInfo>{{1, "p1", 500, 25}}));
+    clock.advance(seconds(2));
+    const auto all = collector->collectDiskStats(10);
+    EXPECT_EQ(all, (std::vector<ProcessDiskInfo>{{2, "p2", 150, 100}, {3, "p3", 0, 0.5}}));
+    EXPECT_EQ(collector->collectDiskStats(1).size(), 0u);  // same reading again, no change
+    EXPECT_EQ(collector->aggregateDiskForPids({2, 3, 99}), std::make_pair(150.0, 100.5));
+}
+
+TEST(ProcessNetworkStats, RanksByTotalKeepsLastResultWhenSourceFails) {
+    Fixture f;
+    f.network->answers = {
+        std::vector<ProcessNetworkCounters>{
+            {1, "idle", 0, 0}, {2, "a", 100, 200}, {3, "b", 1000, 0}, {4, "c", UINT64_MAX, 1}},
+        tl::unexpected(ReadError::unsupported)};
+    auto collector = f.make();
+    testing::LogRecorder log;
+
+    const auto top = collector->collectNetworkStats(2);
+    EXPECT_EQ(top, (std::vector<ProcessNetworkInfo>{{4, "c", UINT64_MAX, 1}, {3, "b", 1000, 0}}));
+    EXPECT_EQ(collector->collectNetworkStats(99).size(), 0u);
+    EXPECT_EQ(log.matching("Per-process network counters unavailable").size(), 1u);
+    EXPECT_EQ(collector->aggregateNetworkForPids({2, 3}),
+              std::make_pair(uint64_t{1100}, uint64_t{200}));
+    EXPECT_EQ(collector->aggregateNetworkForPids({1}), std::make_pair(uint64_t{0}, uint64_t{0}));
+}
+
+TEST(ProcessCollector, AbsentSourcesGiveEmptyResults) {
+    VirtualDispatcher dispatcher;
+    ProcessCollector collector(ProcessSources{}, dispatcher);
+    EXPECT_EQ(collector.collect().processCount, 0);
+    EXPECT_TRUE(collector.collectNetworkStats(5).empty());
+    EXPECT_TRUE(collector.collectDiskStats(5).empty());
+    EXPECT_EQ(collector.aggregateDiskForPids({1}), std::make_pair(0.0, 0.0));
+    EXPECT_EQ(collector.aggregateByPrefix("x").processCount, 0);
+    EXPECT_EQ(dispatcher.activeTimers(), 0u);
+}
+
+TEST(WatchedProcesses, PrefixIgnoresCaseExactDoesNotAndSumsAreRounded) {
+    Fixture f;
+    f.list({measured(1, "Chrome Helper", 1.04, 10), measured(2, "chrome", 2.01, 20),
+            measured(3, "Chromium", 0, 1), measured(4, "Safari", 3, 30)});
+    f.network->answers = {std::vector<ProcessNetworkCounters>{{1, "Chrome Helper", 10, 20}}};
+    auto collector = f.make();
+    collector->collect();
+    collector->collectNetworkStats(5);
+
+    const auto pinned = collector->aggregateByPrefix("CHROME");
+    EXPECT_EQ(pinned.pattern, "CHROME");
+    EXPECT_EQ(pinned.processCount, 2);
+    EXPECT_EQ(pinned.pids, (std::vector<int64_t>{1, 2}));
+    EXPECT_DOUBLE_EQ(pinned.cpuPercent, 3.0);
+    EXPECT_DOUBLE_EQ(pinned.memoryMB, 30.0);
+    EXPECT_EQ(pinned.networkBytesIn, 10u);
+
+    EXPECT_EQ(collector->aggregateByExactName("chrome").pids, (std::vector<int64_t>{2}));
+    const auto none = collector->aggregateByExactName("Chrome");
+    EXPECT_EQ(none.processCount, 0);
+    EXPECT_TRUE(none.pids.empty());
+    EXPECT_EQ(f.processes->calls, 1u);  // watched figures reuse the sample's list
+}
+
+TEST(ProcessSearch, GroupsByApplicationRanksByCpuAndHonoursLimit) {
+    Fixture f;
+    f.list({measured(1, "Google Chrome Helper", 1.06, 10), measured(2, "Google Chrome", 2.02, 20),
+            measured(3, "Slack", 5, 1), measured(4, "chromedriver", 0.5, 2)});
+    auto collector = f.make();
+
+    const auto grouped = collector->searchProcesses("chrome", 10, true);
+    ASSERT_EQ(grouped.size(), 2u);
+    EXPECT_EQ(grouped[0], (ProcessSearchResult{"Google Chrome", 3.1, 30, 2}));
+    EXPECT_EQ(grouped[1].name, "Chromedriver");
+    EXPECT_EQ(collector->searchProcesses("chrome", 1, false).front().name, "Google Chrome");
+    EXPECT_TRUE(collector->searchProcesses("", 10, true).empty());
+    EXPECT_TRUE(collector->searchProcesses("chrome", 0, true).empty());
+    EXPECT_TRUE(collector->searchProcesses("nothing", 10, true).empty());
+}
+
+}  // namespace
+}  // namespace ostrel

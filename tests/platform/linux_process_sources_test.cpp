@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "collectors/process_collector.h"
+#include "platform/dispatcher.h"
+#include "platform/linux/proc_text.h"
+#include "platform/linux/process_io.h"
+#include "platform/linux/processes.h"
+#include "support/temp_dir.h"
+#include "support/virtual_dispatcher.h"
+
+namespace ostrel {
+namespace {
+
+using std::chrono::seconds;
+
+// A stat line with the fields a scan reads: ppid, utime, stime, starttime, rss (pages).
+std::string statLine(int pid, const std::string& comm, int ppid, int utime, int stime,
+                     int startTicks, int rssPages) {
+    return std::to_string(pid) + " (" + comm + ") S " + std::to_string(ppid) +
+           " 1 1 0 -1 4194560 100 0 0 0 " + std::to_string(utime) + " " + std::to_string(stime) +
+           " 0 0 20 0 1 0 " + std::to_string(startTicks) + " 1000 " + std::to_string(rssPages) +
+           " 18446744073709551615 1 1 0 0 0 0 0 0 0 0 0 0 17 0\n";
+}
+
+TEST(ProcStatText, NameWithSpacesAndParenthesesAndMalformedLines) {
+    const std::string text = statLine(42, "my (odd) name)", 7, 30, 12, 500, 9);
+    const auto stat = procfs::parseProcStat(text);
+    ASSERT_TRUE(stat);
+    EXPECT_EQ(stat->pid, 42);
+    EXPECT_EQ(stat->comm, "my (odd) name)");
+    EXPECT_EQ(stat->ppid, 7);
+    EXPECT_EQ(stat->utime + stat->stime, 42u);
+    EXPECT_EQ(stat->startTime, 500u);
+    EXPECT_EQ(stat->rssPages, 9u);
+
+    EXPECT_FALSE(procfs::parseProcStat(""));
+    EXPECT_FALSE(procfs::parseProcStat("42 (cut short) S 1 1 1"));
+    EXPECT_FALSE(procfs::parseProcStat(statLine(42, "x", 7, 30, 12, 500, -3)));
+    EXPECT_FALSE(procfs::parseProcStat("x (a) " + statLine(42, "a", 7, 30, 12, 500, 1).substr(7)));
+}
+
+TEST(ProcStatText, FullNameFromTheCommandLineOnlyWhenTheKernelCutItShort) {
+    using procfs::fullProcessName;
+    EXPECT_EQ(
+        fullProcessName("gnome-shell-cal",
+                        std::string_view("/usr/libexec/gnome-shell-calendar-server\0--x", 45)),
+        "gnome-shell-calendar-server");
+    // A rewritten title: arguments and their slashes are not part of the name.
+    EXPECT_EQ(fullProcessName("postgres-server", "postgres-server-main: /var/lib/db"),
+              "postgres-server-main:");
+    EXPECT_EQ(fullProcessName("kworker/u8:0-ev", ""), "kworker/u8:0-ev");
+    EXPECT_EQ(fullProcessName("renamed-by-prct", "/usr/bin/python3 app.py"), "renamed-by-prct");
+    EXPECT_EQ(fullProcessName("short", "/usr/bin/shortened-longer"), "short");
+}
+
+TEST(ProcIoText, StorageCountersSocketLinksAndSocketCounts) {
+    const auto io = procfs::parseProcIo(
+        "rchar: 9\nwchar: 8\nsyscr: 1\nsyscw: 1\nread_bytes: 4096\nwrite_bytes: 8192\n"
+        "cancelled_write_bytes: 0\n");
+    ASSERT_TRUE(io);
+    EXPECT_EQ(io->readBytes, 4096u);
+    EXPECT_EQ(io->writeBytes, 8192u);
+    EXPECT_FALSE(procfs::parseProcIo("rchar: 9\nread_bytes: 1\n"));
+    EXPECT_FALSE(procfs::parseProcIo("read_bytes: -1\nwrite_bytes: 2\n"));
+
+    EXPECT_EQ(procfs::parsePssKiB("Rss:  2048 kB\nPss:   1536 kB\nPss_Anon: 1 kB\n"), 1536u);
+    EXPECT_EQ(procfs::parseSocketInode("socket:[12345]"), 12345u);
+    EXPECT_FALSE(procfs::parseSocketInode("pipe:[12345]"));
+    EXPECT_FALSE(procfs::parseSocketInode("socket:[]"));
+    EXPECT_EQ(procfs::parseTcpSocketsInUse("sockets: used 5\nTCP: inuse 7 orphan 0 tw 3\n"), 7u);
+    EXPECT_EQ(procfs::parseTcpSocketsInUse("TCP6: inuse 2\nUDP6: inuse 1\n"), 2u);
+}
+
+// A /proc of our own making: pid 10 an ordinary process, pid 11 with a name the kernel cut
+// short, pid 12 vanished mid-scan (a directory without files), pid 13 with garbage in stat.
+struct FakeProc {
+    testing::TempDir dir;
+    FakeProc() {
+        dir.write("uptime", "1000.50 3000.00\n");
+        dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 90000, 256));
+        dir.write("11/stat", statLine(11, "gnome-shell-cal", 10, 0, 0, 99000, 1));
+        dir.write("11/cmdline", std::string("/usr/libexec/gnome-shell-calendar-server\0", 41));
+        std::filesystem::create_directories(dir / "12");
+        dir.write("13/stat", "13 (broken");
+        dir.write("self/stat", "not a pid");
+    }
+    LinuxProcessSource source(std::shared_ptr<procfs::ProcessNameCache> names = nullptr) {
+        return LinuxProcessSource({.procRoot = dir.path(),
+                                   .ticksPerSecond = 100,
+                                   .pageSize = 4096,
+                                   .userName = [](uid_t) { return std::string("tester"); }},
+                                  std::move(names));
+    }
+};
+
+TEST(LinuxProcessSource, ScansReadableProcessesAndSkipsVanishedAndMalformedOnes) {
+    FakeProc proc;
+    auto source = proc.source();
+    const auto table = source.listProcesses();
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->scanTime, seconds(1000) + std::chrono::milliseconds(500));
+    ASSERT_EQ(table->processes.size(), 2u);
+
+    const ProcessReading& bash = table->processes[0];
+    EXPECT_EQ(bash.pid, 10);
+    EXPECT_EQ(bash.ppid, 1);
+    EXPECT_EQ(bash.name, "bash");
+    EXPECT_EQ(bash.user, "tester");
+    EXPECT_EQ(bash.residentBytes, 256u * 4096);
+    EXPECT_EQ(bash.cpuTime, seconds(2));
+    EXPECT_EQ(bash.startTime, seconds(900));
+    EXPECT_FALSE(bash.cpuPercent);
+    EXPECT_EQ(table->processes[1].name, "gnome-shell-calendar-server");
+
+    // The kept descriptor reads the file afresh each scan.
+    proc.dir.write("10/stat", statLine(10, "bash", 1, 250, 50, 90000, 256));
+    EXPECT_EQ(source.listProcesses()->processes[0].cpuTime, seconds(3));
+
+    EXPECT_EQ(
+        LinuxProcessSource({.procRoot = proc.dir / "absent"}, nullptr).listProcesses().error(),
+        ReadError::notFound);
+}
+
+TEST(LinuxProcessDiskSource, CountersOfProcessesWithIoNamedFromTheSharedCache) {
+    FakeProc proc;
+    proc.dir.write("10/io", "read_bytes: 4096\nwrite_bytes: 512\n");
+    proc.dir.write("11/io", "read_bytes: 0\nwrite_bytes: 0\n");  // idle: not named
+    proc.dir.write("13/io", "garbage");
+    auto names = std::make_shared<procfs::ProcessNameCache>();
+    LinuxProcessDiskSource disk(proc.dir.path(), names);
+    const auto counters = disk.readDiskCounters();
+    ASSERT_TRUE(counters);
+    EXPECT_EQ(*counters, (std::vector<ProcessDiskCounters>{{10, "bash", 4096, 512}}));
+
+    // No process with readable counters at all: the source is missing, not idle.
+    testing::TempDir empty;
+    empty.write("5/stat", statLine(5, "x", 1, 0, 0, 1, 1));
+    EXPECT_EQ(LinuxProcessDiskSource(empty.path(), names).readDiskCounters().error(),
+              ReadError::notFound);
+}
+
+TEST(LinuxProcessMemorySource, RereadsProportionalSizeOnlyWhenResidentSizeMovedOrAged) {
+    FakeProc proc;
+    proc.dir.write("10/smaps_rollup", "Rss: 1024 kB\nPss: 512 kB\n");
+    testing::VirtualClock clock;
+    LinuxProcessMemorySource memory(clock, proc.dir.path());
+
+    EXPECT_EQ(memory.refinedMemoryMB({10, 12, 99}).value(),
+              (std::unordered_map<int32_t, double>{{10, 0.5}}));
+    proc.dir.write("10/smaps_rollup", "Pss: 1024 kB\n");
+    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 90000, 260));  // within 5%
+    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 0.5);
+    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 90000, 300));
+    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 1.0);
+    proc.dir.write("10/smaps_rollup", "Pss: 2048 kB\n");
+    clock.advance(seconds(61));
+    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 2.0);
+    proc.dir.write("10/smaps_rollup", "Pss: 4096 kB\n");
+    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 95000, 300));  // a reused pid
+    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 4.0);
+
+    // Not one figure readable: the reason is reported.
+    EXPECT_EQ(memory.refinedMemoryMB({11}).error(), ReadError::notFound);
+}
+
+// The real kernel: this test process is listed with its parent, its name and its user.
+TEST(LinuxProcessSource, ListsThisProcessFromTheRealProc) {
+    LinuxProcessSource source({}, nullptr);
+    const auto table = source.listProcesses();
+    ASSERT_TRUE(table);
+    const auto self = std::find_if(table->processes.begin(), table->processes.end(),
+                                   [](const auto& reading) { return reading.pid == getpid(); });
+    ASSERT_NE(self, table->processes.end());
+    EXPECT_EQ(self->ppid, getppid());
+    EXPECT_EQ(self->name, "ostrel_platform_tests");
+    EXPECT_FALSE(self->user.empty());
+    EXPECT_GT(self->residentBytes, 0u);
+    EXPECT_GT(table->scanTime, *self->startTime);
+}
+
+}  // namespace
+}  // namespace ostrel
+
+namespace ostrel {
+namespace {
+
+// The collection queue, the interface refresh and the refinement timer may all sample at once
+// on this machine's sources.
+TEST(LinuxProcessSources, OverlappingSamplesOnRealThreadsStayConsistent) {
+    auto dispatcher = makeThreadDispatcher();
+    ProcessCollector collector(*dispatcher);
+    collector.setMemoryUpdateInterval(1);
+    const auto sample = [&] {
+        for (int i = 0; i < 10; ++i) {
+            const auto metrics = collector.collect();
+            ASSERT_TRUE(metrics.processCount);
+            EXPECT_GT(*metrics.processCount, 0);
+            collector.collectNetworkStats(5);
+            collector.collectDiskStats(5);
+            collector.aggregateByPrefix("ostrel");
+            collector.searchProcesses("ostrel", 5, true);
+        }
+    };
+    std::thread other(sample);
+    sample();
+    other.join();
+    // Other tests of this program may run beside this one, so look for this process only.
+    const auto own = collector.aggregateByExactName("ostrel_platform_tests").pids;
+    EXPECT_NE(std::find(own.begin(), own.end(), getpid()), own.end());
+}
+
+}  // namespace
+}  // namespace ostrel
