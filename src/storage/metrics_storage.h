@@ -75,8 +75,8 @@ class MetricsStorage {
     // --- reading ---------------------------------------------------------------------------
     // Days with files, newest first ("2026-11-15").
     std::vector<std::string> availableDays() const;
-    // The .jsonl files of the metrics folder sorted by path, which is oldest first; absent
-    // when the folder cannot be read.
+    // The .jsonl files of the metrics folder, oldest first (by name, a daily file ahead of
+    // the hours of its day); absent when the folder cannot be read.
     std::optional<std::vector<Path>> metricsFiles() const;
     static std::vector<Path> filterFilesForDay(const std::vector<Path>& files,
                                                std::string_view day);

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "platform/parallel_for.h"
+#include "platform/prefault.h"
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "storage/file_system.h"
@@ -69,7 +70,9 @@ std::optional<std::vector<SystemMetrics>> MetricsStorage::loadMetricsFromFile(co
             // would move every sample and touch twice the memory.
             const auto lines = std::count(block->begin(), block->end(), '\n');
             if (lines > 0) {
-                samples.reserve(reader.sizeAtOpen() / (block->size() / lines) * 9 / 8 + 8);
+                const size_t expected = reader.sizeAtOpen() / (block->size() / lines);
+                samples.reserve(expected * 9 / 8 + 8);
+                prefaultForWriting(samples.data(), expected * sizeof(SystemMetrics));
             }
             first = false;
         }
@@ -103,6 +106,7 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
     }
     std::vector<SystemMetrics> joined;
     joined.reserve(total);
+    prefaultForWriting(joined.data(), total * sizeof(SystemMetrics));
     for (auto& slot : slots) {
         if (!slot) continue;
         std::move(slot->begin(), slot->end(), std::back_inserter(joined));

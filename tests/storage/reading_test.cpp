@@ -150,11 +150,6 @@ TEST_F(Reading, HealthFiguresAndTheirCache) {
     EXPECT_EQ(storage.getHealth(), health);
     clock.advance(1s);
     EXPECT_GT(storage.getHealth().pendingSizeMB, health.pendingSizeMB);
-
-    EXPECT_EQ(MetricsStorage::getLastTimestamp(dir.write("n", "\n\n")), std::nullopt);
-    EXPECT_EQ(MetricsStorage::getLastTimestamp(dir.write("s", R"({"timestamp":"T1"})")), "T1");
-    EXPECT_EQ(MetricsStorage::getFirstTimestamp(dir.write("x", "{\"a\":1}\n{\"timestamp\":\"T\"}")),
-              std::nullopt);
 }
 
 }  // namespace
