@@ -7,20 +7,15 @@ namespace {
 
 constexpr auto category = Logger::Category::network;
 
+// The first entry of that name that carries counters, else the first of that name.
 const LinkEntry* findLink(const std::vector<LinkEntry>& links, const std::string& name) {
+    const LinkEntry* first = nullptr;
     for (const LinkEntry& link : links) {
-        if (link.name == name) return &link;
+        if (link.name != name) continue;
+        if (link.counters) return &link;
+        if (!first) first = &link;
     }
-    return nullptr;
-}
-
-// The first entry of that name that carries counters.
-const InterfaceCounters* findCounters(const std::vector<LinkEntry>& links,
-                                      const std::string& name) {
-    for (const LinkEntry& link : links) {
-        if (link.name == name && link.counters) return &*link.counters;
-    }
-    return nullptr;
+    return first;
 }
 
 }  // namespace
@@ -41,27 +36,37 @@ std::optional<std::string> NetworkCollector::findFirstActiveInterface(
 
 NetworkMetrics NetworkCollector::collect() {
     const auto routed = source_.defaultRouteInterface();
-    auto links = source_.links();
-    if (!links || links->empty()) {
-        Logger::debug("getifaddrs failed", category);
-        links = std::vector<LinkEntry>{};
+    std::string name;
+    std::optional<LinkEntry> entry;
+    bool listed = true;
+    if (routed) {
+        name = *routed;
+        auto found = source_.link(name);
+        listed = found.has_value();
+        if (found) entry = std::move(*found);
+    } else {
+        // Without a route, the first active interface stands in for the primary one.
+        auto links = source_.links();
+        listed = links && !links->empty();
+        if (!listed) links = std::vector<LinkEntry>{};
+        name = findFirstActiveInterface(*links).value_or(fallbackInterface);
+        if (const LinkEntry* found = findLink(*links, name)) entry = *found;
     }
+    if (!listed) Logger::debug("getifaddrs failed", category);
 
     NetworkMetrics metrics;
-    std::string name =
-        routed ? *routed : findFirstActiveInterface(*links).value_or(fallbackInterface);
-    if (const InterfaceCounters* counters = findCounters(*links, name)) {
-        metrics.packetsIn = counters->packetsIn;
-        metrics.packetsOut = counters->packetsOut;
-        metrics.bytesIn = counters->bytesIn;
-        metrics.bytesOut = counters->bytesOut;
-        metrics.errorsIn = counters->errorsIn;
-        metrics.errorsOut = counters->errorsOut;
+    if (entry && entry->counters) {
+        const InterfaceCounters& counters = *entry->counters;
+        metrics.packetsIn = counters.packetsIn;
+        metrics.packetsOut = counters.packetsOut;
+        metrics.bytesIn = counters.bytesIn;
+        metrics.bytesOut = counters.bytesOut;
+        metrics.errorsIn = counters.errorsIn;
+        metrics.errorsOut = counters.errorsOut;
     }
     // Reachable means a local routing decision exists: a usable default route on a link that
     // is up. No packet is sent.
-    const LinkEntry* routedLink = routed ? findLink(*links, *routed) : nullptr;
-    metrics.internetConnected = routedLink && routedLink->up;
+    metrics.internetConnected = routed && entry && entry->up;
     metrics.interface = std::move(name);
     return metrics;
 }

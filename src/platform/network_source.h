@@ -33,7 +33,9 @@ class NetworkSource {
     virtual ~NetworkSource() = default;
     // The interface of the usable default route, IPv4 before IPv6; none without one.
     virtual std::optional<std::string> defaultRouteInterface() = 0;
-    // Link-level entries in the platform's order.
+    // The link-level entry of one interface; none when there is no such interface.
+    virtual tl::expected<std::optional<LinkEntry>, ReadError> link(const std::string& name) = 0;
+    // Every link-level entry in the platform's order, for choosing an interface without a route.
     virtual tl::expected<std::vector<LinkEntry>, ReadError> links() = 0;
 };
 

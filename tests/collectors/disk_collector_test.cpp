@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "collectors/fake_sources.h"
-#include "collectors/rate.h"
 #include "support/log_recorder.h"
 #include "support/virtual_dispatcher.h"
 
@@ -18,12 +17,6 @@ DiskMetrics io(DiskCollector& collector, bool updateBaseline = true) {
     DiskMetrics metrics;
     collector.collectDiskIO(metrics, updateBaseline);
     return metrics;
-}
-
-TEST(RatePerSecond, DividesByTheElapsedTimeAndRefusesNoTime) {
-    EXPECT_EQ(ratePerSecond(300, 1.5), 200.0);
-    EXPECT_FALSE(ratePerSecond(300, 0));
-    EXPECT_FALSE(ratePerSecond(300, -1));
 }
 
 TEST(DiskCollectorSpace, RoundsGigabytesAndTakesThePercentageFromUnroundedUse) {
@@ -109,23 +102,6 @@ TEST(DiskCollectorIO, CounterBelowItsBaselineSkipsTheSampleAndRebaselines) {
     clock.advance(2s);
     source.counters = DiskIOCounters{6'000 + 2048, 10'000};
     EXPECT_EQ(io(collector).readKBPerSec, 1.0);
-}
-
-TEST(DiskCollectorIO, OnlyStorageSamplesMoveTheBaseline) {
-    FakeDiskSource source;
-    VirtualClock clock;
-    DiskCollector collector(source, clock);
-
-    clock.advance(2s);
-    source.counters = DiskIOCounters{4096, 0};
-    EXPECT_EQ(io(collector, false).readKBPerSec, 2.0);
-    clock.advance(2s);
-    source.counters = DiskIOCounters{8192, 0};
-    EXPECT_EQ(io(collector, false).readKBPerSec, 2.0);
-    EXPECT_EQ(io(collector, true).readKBPerSec, 2.0);  // cached reading, same 4 s span
-    clock.advance(2s);
-    source.counters = DiskIOCounters{8192 + 2048, 0};
-    EXPECT_EQ(io(collector, true).readKBPerSec, 1.0);
 }
 
 TEST(DiskCollectorIO, WithoutReadingsOrElapsedTimeNoRatesAreGiven) {

@@ -47,6 +47,13 @@ struct FakeNetworkSource : NetworkSource {
     tl::expected<std::vector<LinkEntry>, ReadError> entries = std::vector<LinkEntry>{};
 
     std::optional<std::string> defaultRouteInterface() override { return route; }
+    tl::expected<std::optional<LinkEntry>, ReadError> link(const std::string& name) override {
+        if (!entries) return tl::unexpected(entries.error());
+        for (const LinkEntry& entry : *entries) {
+            if (entry.name == name) return entry;
+        }
+        return std::nullopt;
+    }
     tl::expected<std::vector<LinkEntry>, ReadError> links() override { return entries; }
 };
 

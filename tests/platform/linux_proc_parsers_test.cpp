@@ -65,28 +65,11 @@ TEST(Meminfo, ReadsTheUsedLinesInBytesAndSkipsMalformedOnes) {
     EXPECT_FALSE(broken.zswap);
 }
 
-TEST(Vmstat, ReadsThePagingCountersOnly) {
-    const VmstatCounters vm = parseVmstat(fixture("proc_vmstat_vm.txt"));
-    EXPECT_EQ(vm.pgpgin, 1690289u);
-    EXPECT_EQ(vm.pgpgout, 7089056u);
-    EXPECT_EQ(vm.pswpin, 0u);
-    EXPECT_EQ(vm.pswpout, 0u);
-
+TEST(VmstatAndPressure, ReadOnlyWhatIsWellFormed) {
     const VmstatCounters broken = parseVmstat("pgpgin\npgpgout -4\npswpin 12\n");
-    EXPECT_FALSE(broken.pgpgin);
-    EXPECT_FALSE(broken.pgpgout);
-    EXPECT_EQ(broken.pswpin, 12u);
-    EXPECT_FALSE(broken.pswpout);
-}
-
-TEST(PressureMemory, ReadsTheTenSecondAveragesOfBothLines) {
-    const auto idle = parsePressureMemory(fixture("proc_pressure_memory_vm.txt"));
-    ASSERT_TRUE(idle);
-    EXPECT_EQ(idle->someAvg10, 0.0);
-    const auto stalled = parsePressureMemory(fixture("proc_pressure_memory_stalled.txt"));
-    ASSERT_TRUE(stalled);
-    EXPECT_EQ(stalled->someAvg10, 12.5);
-    EXPECT_EQ(stalled->fullAvg10, 3.1);
+    EXPECT_EQ(std::tuple(broken.pgpgin, broken.pgpgout, broken.pswpin, broken.pswpout),
+              std::tuple(std::nullopt, std::nullopt, 12u, std::nullopt));
+    EXPECT_EQ(parsePressureMemory(fixture("proc_pressure_memory_vm.txt"))->fullAvg10, 0.0);
     EXPECT_FALSE(parsePressureMemory("some avg10=1.00 avg60=0.00\n"));
     EXPECT_FALSE(parsePressureMemory("some avg10=x\nfull avg10=1\n"));
 }
@@ -169,6 +152,10 @@ TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
     EXPECT_EQ(parseCpuBrand(fixture("proc_cpuinfo_vm_epyc.txt")), "AMD EPYC");
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nmodel name\t:   \n"));
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nCPU part\t: 0xd0b\n"));
+
+    EXPECT_EQ(parseLoadAverages("2.00 0.40 0.30 1/90 123\n")->fifteenMinutes, 0.3);
+    EXPECT_FALSE(parseLoadAverages("0.1 -0.2 0.3\n"));
+    EXPECT_FALSE(parseLoadAverages("0.1 0.2\n"));
 
     EXPECT_EQ(countCpuList("0-15\n"), 16);
     EXPECT_EQ(countCpuList("0-3,8,10-11"), 7);

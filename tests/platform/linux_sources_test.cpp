@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
+#include <fstream>
 
 #include "platform/linux/cpu.h"
 #include "platform/linux/disk.h"
 #include "platform/linux/gpu.h"
+#include "platform/linux/kernel_file.h"
 #include "platform/linux/memory.h"
 #include "platform/linux/power.h"
 #include "platform/linux/system_info.h"
@@ -45,6 +48,31 @@ TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLev
     // With PSI: the critical level is left (full 3.1 < 5) but some 12.5 holds a warning.
     proc.write("pressure/memory", fixture("proc_pressure_memory_stalled.txt"));
     EXPECT_EQ(source.read().pressureLevel, 2);
+}
+
+TEST(LinuxMemorySource, ReadsVmstatFurtherWhenItsCountersStandLate) {
+    testing::TempDir proc;
+    std::string vmstat;
+    for (int i = 0; vmstat.size() < 3000; ++i)
+        vmstat += "nr_filler_" + std::to_string(i) + " 1\n";
+    proc.write("vmstat", vmstat + "pgpgin 8\npgpgout 16\npswpin 1\npswpout 2\n");
+    LinuxMemorySource source(proc.path());
+    const MemorySnapshot snapshot = source.read();
+    ASSERT_TRUE(snapshot.vmStats);
+    EXPECT_EQ(snapshot.vmStats->pageOuts, 16 * 1024 / sysconf(_SC_PAGESIZE));
+    EXPECT_EQ(snapshot.vmStats->swapOuts, 2);
+}
+
+TEST(KernelFile, ReadsTheCurrentTextEachTimeAndRetriesAMissingFile) {
+    testing::TempDir dir;
+    KernelFile file((dir / "loadavg").string());
+    std::array<char, 64> buffer;
+    EXPECT_EQ(file.read(buffer), tl::unexpected(ReadError::notFound));
+    dir.write("loadavg", "0.50 0.40 0.30 1/90 123\n");
+    EXPECT_EQ(file.read(buffer), std::string_view("0.50 0.40 0.30 1/90 123\n"));
+    // Rewritten in place, as the kernel regenerates its files: the same descriptor sees it.
+    std::ofstream(dir / "loadavg", std::ios::in | std::ios::out) << "2.00";
+    EXPECT_EQ(file.read(std::span(buffer).first(4)), std::string_view("2.00"));
 }
 
 TEST(LinuxMemorySource, MissingFilesLeaveOnlyTheirOwnFigures) {
@@ -105,20 +133,9 @@ TEST(LinuxCpuSource, ThermalStateIsTheHighestTripReachedByAnyZone) {
     EXPECT_EQ(zoneThermalLevel(30000, {ThermalTrip{"active", 40000}}), 0);
 }
 
-TEST(LinuxCpuSource, TicksFromAMissingOrMalformedStatAreErrors) {
-    testing::TempDir proc;
-    testing::VirtualClock clock;
-    LinuxCpuSource source(proc.path(), "/nonexistent", clock);
-    EXPECT_EQ(source.readTicks(), tl::unexpected(ReadError::notFound));
-    proc.write("stat", "cpu  1 2\n");
-    EXPECT_EQ(source.readTicks(), tl::unexpected(ReadError::parse));
-    proc.write("stat", fixture("proc_stat_vm.txt"));
-    EXPECT_TRUE(source.readTicks());
-    EXPECT_GE(source.processorCount(), 1);
-}
-
-TEST(LinuxDiskSource, CountsWholeDisksThatSysfsListsNowIncludingHotPluggedOnes) {
+TEST(LinuxDiskSource, CountsWholeDisksThatSysfsListsIncludingHotPluggedOnes) {
     testing::TempDir proc, sys;
+    testing::VirtualClock clock;
     sys.write("block/vda/device/vendor", "0x1af4\n");
     sys.write("block/loop0/size", "0\n");
     sys.write("block/dm-0/device/x", "stacked devices count on their disks\n");
@@ -128,45 +145,39 @@ TEST(LinuxDiskSource, CountsWholeDisksThatSysfsListsNowIncludingHotPluggedOnes) 
                "   7 0 loop0 1 0 1000 0 1 0 1000 0 0 0 0\n"
                " 253 0 dm-0 1 0 1000 0 1 0 1000 0 0 0 0\n"
                "   8 0 sdb 1 0 4 0 1 0 4 0 0 0 0\n");
-    LinuxDiskSource source(proc.path(), sys.path(), sys.path());
+    LinuxDiskSource source(proc.path(), sys.path(), clock, sys.path());
     EXPECT_EQ(source.ioCounters(), (DiskIOCounters{10 * 512, 20 * 512}));
     sys.write("block/sdb/device/vendor", "USB\n");
+    EXPECT_EQ(source.ioCounters(), (DiskIOCounters{10 * 512, 20 * 512}));
+    clock.advance(LinuxDiskSource::diskRediscovery);
     EXPECT_EQ(source.ioCounters(), (DiskIOCounters{14 * 512, 24 * 512}));
 
     const DiskCapacity capacity = source.capacity();
     ASSERT_TRUE(capacity.totalBytes && capacity.availableBytes);
     EXPECT_LE(*capacity.availableBytes, *capacity.totalBytes);
-    EXPECT_EQ(LinuxDiskSource(proc.path(), "/nonexistent", "/nonexistent").capacity().totalBytes,
-              std::nullopt);
-    EXPECT_FALSE(LinuxDiskSource("/nonexistent", sys.path()).ioCounters());
+    EXPECT_FALSE(
+        LinuxDiskSource(proc.path(), "/nonexistent", clock, "/nonexistent").capacity().totalBytes);
+    EXPECT_FALSE(LinuxDiskSource("/nonexistent", sys.path(), clock).ioCounters());
 }
 
-struct PowerTree {
+TEST(LinuxPowerSource, DescribesSystemBatteriesWithTheAdapterState) {
     testing::TempDir sys;
     testing::VirtualClock clock;
-    void supply(const std::string& name,
-                const std::vector<std::pair<std::string, std::string>>& attributes) {
-        for (const auto& [key, value] : attributes) {
-            sys.write("class/power_supply/" + name + "/" + key, value + "\n");
-        }
-    }
-    std::vector<PowerSourceDescription> read() {
-        return LinuxPowerSource(sys.path(), clock).powerSources();
-    }
-};
+    LinuxPowerSource source(sys.path(), clock);
+    EXPECT_TRUE(source.powerSources().empty());
 
-TEST(LinuxPowerSource, DescribesSystemBatteriesWithTheAdapterState) {
-    PowerTree tree;
-    EXPECT_TRUE(tree.read().empty());
-
-    tree.supply("AC", {{"type", "Mains"}, {"online", "0"}});
-    tree.supply("BAT0", {{"type", "Battery"},
-                         {"status", "Discharging"},
-                         {"energy_now", "30000000"},
-                         {"energy_full", "60000000"},
-                         {"capacity", "49"}});
-    tree.supply("hidpp_battery_0", {{"type", "Battery"}, {"scope", "Device"}, {"capacity", "5"}});
-    auto sources = tree.read();
+    sys.write("class/power_supply/AC/uevent",
+              "POWER_SUPPLY_NAME=AC\nPOWER_SUPPLY_TYPE=Mains\n"
+              "POWER_SUPPLY_ONLINE=0\n");
+    sys.write("class/power_supply/BAT0/uevent",
+              "POWER_SUPPLY_NAME=BAT0\nPOWER_SUPPLY_TYPE=Battery\n"
+              "POWER_SUPPLY_STATUS=Discharging\nPOWER_SUPPLY_PRESENT=1\n"
+              "POWER_SUPPLY_ENERGY_FULL=60000000\nPOWER_SUPPLY_ENERGY_NOW=30000000\n"
+              "POWER_SUPPLY_CAPACITY=49\nPOWER_SUPPLY_MODEL_NAME=5B10W13930\n");
+    sys.write("class/power_supply/hidpp_battery_0/uevent",
+              "POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_SCOPE=Device\nPOWER_SUPPLY_CAPACITY=5\n");
+    clock.advance(LinuxPowerSource::supplyRediscovery);
+    auto sources = source.powerSources();
     ASSERT_EQ(sources.size(), 1u);
     EXPECT_EQ(sources[0].state, "Battery Power");
     EXPECT_EQ(sources[0].currentCapacity, 30000000);
@@ -174,27 +185,24 @@ TEST(LinuxPowerSource, DescribesSystemBatteriesWithTheAdapterState) {
     EXPECT_EQ(sources[0].isCharging, false);
     EXPECT_EQ(sources[0].isCharged, false);
 
-    tree.supply("AC", {{"online", "1"}});
-    tree.supply("BAT0", {{"status", "Not charging"}});
-    sources = tree.read();
+    // The list is kept, the properties are read afresh.
+    sys.write("class/power_supply/AC/uevent", "POWER_SUPPLY_TYPE=Mains\nPOWER_SUPPLY_ONLINE=1\n");
+    sys.write("class/power_supply/BAT0/uevent",
+              "POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_STATUS=Not charging\n");
+    sources = source.powerSources();
     EXPECT_EQ(sources[0].state, "AC Power");
     EXPECT_EQ(sources[0].isCharged, true);
+    EXPECT_FALSE(sources[0].currentCapacity);
 
     // A battery with only a percentage and no adapter entry: charging implies mains.
-    const auto lone =
-        describePowerSupplies({{.type = "Battery", .status = "Charging", .capacityPercent = 57}});
-    ASSERT_EQ(lone.size(), 1u);
-    EXPECT_EQ(lone[0].state, "AC Power");
-    EXPECT_EQ(std::pair(lone[0].currentCapacity, lone[0].maxCapacity),
-              std::pair(std::optional<int64_t>(57), std::optional<int64_t>(100)));
-    EXPECT_FALSE(describePowerSupplies({{.type = "Battery", .status = "Unknown"}})[0].isCharging);
-
+    const auto lone = describePowerSupplies(
+        {parsePowerSupplyUevent("POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_STATUS=Charging\n"
+                                "POWER_SUPPLY_CAPACITY=57\nPOWER_SUPPLY_ONLINE=x\n")});
+    EXPECT_EQ(std::tuple(lone[0].state, lone[0].currentCapacity, lone[0].maxCapacity),
+              std::tuple("AC Power", 57, 100));
     // A desktop: mains only.
     const auto desktop = describePowerSupplies({{.type = "Mains", .online = true}});
-    ASSERT_EQ(desktop.size(), 1u);
-    EXPECT_EQ(desktop[0].state, "AC Power");
-    EXPECT_FALSE(desktop[0].currentCapacity);
-    EXPECT_TRUE(describePowerSupplies({{.type = "Mains", .online = false}}).empty());
+    EXPECT_EQ(std::tuple(desktop.size(), desktop[0].state), std::tuple(1u, "AC Power"));
 }
 
 TEST(LinuxPowerSource, BlockingSleepAndIdleInhibitorsCountAsAssertions) {

@@ -14,7 +14,7 @@ CollectionSources makePlatformCollectionSources(const Clock& clock) {
     return {
         .cpu = std::make_unique<LinuxCpuSource>("/proc", "/sys", clock),
         .memory = std::make_unique<LinuxMemorySource>("/proc"),
-        .disk = std::make_unique<LinuxDiskSource>("/proc", "/sys"),
+        .disk = std::make_unique<LinuxDiskSource>("/proc", "/sys", clock),
         .network = std::make_unique<LinuxNetworkSource>("/proc", clock),
         .power = std::make_unique<LinuxPowerSource>("/sys", clock),
         .gpu = std::make_unique<LinuxGpuSource>("/sys"),

@@ -17,8 +17,10 @@ namespace {
 
 using text_scan::nextField;
 using text_scan::parseNumber;
+using text_scan::trim;
 
 constexpr auto zoneRediscovery = std::chrono::seconds(60);
+constexpr auto onlineRecount = std::chrono::seconds(5);
 
 int tripLevel(std::string_view type) {
     if (type == "critical" || type == "hot") return 3;
@@ -71,6 +73,36 @@ tl::expected<CpuTicks, ReadError> parseProcStatTicks(std::string_view text) {
     return ticks;
 }
 
+std::optional<int64_t> countCpuList(std::string_view list) {
+    list = trim(list);
+    if (list.empty()) return std::nullopt;
+    int64_t count = 0;
+    while (!list.empty()) {
+        const size_t comma = list.find(',');
+        const std::string_view range = list.substr(0, comma);
+        list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
+        const size_t dash = range.find('-');
+        const auto first = parseNumber<int64_t>(range.substr(0, dash));
+        const auto last =
+            dash == std::string_view::npos ? first : parseNumber<int64_t>(range.substr(dash + 1));
+        if (!first || !last || *last < *first) return std::nullopt;
+        count += *last - *first + 1;
+    }
+    return count;
+}
+
+std::optional<LoadAverages> parseLoadAverages(std::string_view text) {
+    std::string_view one, five, fifteen;
+    if (!nextField(text, one) || !nextField(text, five) || !nextField(text, fifteen)) {
+        return std::nullopt;
+    }
+    const auto a = parseNumber<double>(one);
+    const auto b = parseNumber<double>(five);
+    const auto c = parseNumber<double>(fifteen);
+    if (!a || !b || !c || *a < 0 || *b < 0 || *c < 0) return std::nullopt;
+    return LoadAverages{*a, *b, *c};
+}
+
 std::optional<int> zoneThermalLevel(std::optional<long> temperature,
                                     const std::vector<ThermalTrip>& trips) {
     if (!temperature || trips.empty()) return std::nullopt;
@@ -82,23 +114,42 @@ std::optional<int> zoneThermalLevel(std::optional<long> temperature,
 }
 
 LinuxCpuSource::LinuxCpuSource(std::string procRoot, std::string sysRoot, const Clock& clock)
-    : statPath_(procRoot + "/stat"), thermalRoot_(sysRoot + "/class/thermal"), clock_(clock) {}
+    : stat_(procRoot + "/stat"),
+      loadavg_(procRoot + "/loadavg"),
+      online_(sysRoot + "/devices/system/cpu/online"),
+      thermalRoot_(sysRoot + "/class/thermal"),
+      clock_(clock),
+      zones_(clock, zoneRediscovery) {}
 
 int64_t LinuxCpuSource::processorCount() {
-    const long online = ::sysconf(_SC_NPROCESSORS_ONLN);
-    return online > 0 ? online : 1;
+    const int64_t now = clock_.monotonic().count();
+    const int64_t cached = onlineCount_.load();
+    if (cached > 0 && now - onlineCountReadAt_.load() < Duration(onlineRecount).count()) {
+        return cached;
+    }
+    std::array<char, 256> buffer;
+    const auto text = online_.read(buffer);
+    auto online = text ? countCpuList(*text) : std::nullopt;
+    if (!online || *online < 1) {
+        const long configured = ::sysconf(_SC_NPROCESSORS_ONLN);
+        online = configured > 0 ? configured : 1;
+    }
+    onlineCount_.store(*online);
+    onlineCountReadAt_.store(now);
+    return *online;
 }
 
 std::optional<LoadAverages> LinuxCpuSource::loadAverages() {
-    double loads[3];
-    if (::getloadavg(loads, 3) != 3) return std::nullopt;
-    return LoadAverages{loads[0], loads[1], loads[2]};
+    std::array<char, 128> buffer;
+    const auto text = loadavg_.read(buffer);
+    if (!text) return std::nullopt;
+    return parseLoadAverages(*text);
 }
 
 tl::expected<CpuTicks, ReadError> LinuxCpuSource::readTicks() {
     // The aggregate line comes first; the rest of a long file is not needed.
     std::array<char, 1024> buffer;
-    const auto text = procfs::readFileAt(AT_FDCWD, statPath_.c_str(), buffer);
+    const auto text = stat_.read(buffer);
     if (!text) return tl::unexpected(text.error());
     return parseProcStatTicks(*text);
 }
@@ -122,20 +173,8 @@ std::vector<LinuxCpuSource::Zone> LinuxCpuSource::discoverZones() const {
     return zones;
 }
 
-LinuxCpuSource::Zones LinuxCpuSource::currentZones() {
-    {
-        std::lock_guard lock(zonesLock_);
-        if (zones_ && clock_.monotonic() - zonesFoundAt_ < zoneRediscovery) return zones_;
-    }
-    auto zones = std::make_shared<const std::vector<Zone>>(discoverZones());
-    std::lock_guard lock(zonesLock_);
-    zones_ = zones;
-    zonesFoundAt_ = clock_.monotonic();
-    return zones;
-}
-
 std::optional<int> LinuxCpuSource::thermalState() {
-    const Zones zones = currentZones();
+    const auto zones = zones_.get([this] { return discoverZones(); });
     if (zones->empty()) return std::nullopt;
     std::optional<int> state;
     for (const Zone& zone : *zones) {

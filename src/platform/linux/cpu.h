@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -9,6 +10,8 @@
 
 #include "platform/clock.h"
 #include "platform/cpu_source.h"
+#include "platform/linux/kernel_file.h"
+#include "platform/linux/timed_cache.h"
 
 namespace ostrel {
 
@@ -16,6 +19,12 @@ namespace ostrel {
 // are time the processor was not idle and not ours, so they join system; iowait is idle time
 // spent waiting. guest and guest_nice are already inside user and nice.
 tl::expected<CpuTicks, ReadError> parseProcStatTicks(std::string_view text);
+
+// The three load averages at the start of /proc/loadavg, as getloadavg reads them.
+std::optional<LoadAverages> parseLoadAverages(std::string_view text);
+
+// Processors in a kernel CPU list ("0-15,20" is 17); none when malformed.
+std::optional<int64_t> countCpuList(std::string_view list);
 
 // A trip point of a thermal zone, in millidegrees Celsius.
 struct ThermalTrip {
@@ -29,7 +38,8 @@ struct ThermalTrip {
 std::optional<int> zoneThermalLevel(std::optional<long> temperature,
                                     const std::vector<ThermalTrip>& trips);
 
-// Processor counters from /proc, load from getloadavg, thermal state from the thermal zones
+// Processor counters and load from /proc, the online processors from sysfs, thermal state
+// from the thermal zones
 // under /sys (the hottest zone decides; "unknown" without zones). Zones and their trip points are
 // found again once a minute; temperatures are read on each sample.
 class LinuxCpuSource final : public CpuSource {
@@ -46,16 +56,17 @@ class LinuxCpuSource final : public CpuSource {
         std::string temperaturePath;
         std::vector<ThermalTrip> trips;
     };
-    using Zones = std::shared_ptr<const std::vector<Zone>>;
-    Zones currentZones();
     std::vector<Zone> discoverZones() const;
 
-    const std::string statPath_;
+    KernelFile stat_;
+    KernelFile loadavg_;
+    KernelFile online_;
+    // Processors go on and off line rarely; the count is read again after a few seconds.
+    std::atomic<int64_t> onlineCount_{0};
+    std::atomic<int64_t> onlineCountReadAt_{0};
     const std::string thermalRoot_;
     const Clock& clock_;
-    std::mutex zonesLock_;
-    Zones zones_;
-    Duration zonesFoundAt_{0};
+    TimedCache<std::vector<Zone>> zones_;
 };
 
 }  // namespace ostrel

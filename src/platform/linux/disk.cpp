@@ -1,7 +1,6 @@
 #include "platform/linux/disk.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -9,7 +8,6 @@
 #include <limits>
 
 #include "platform/linux/file_reader.h"
-#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -58,10 +56,13 @@ std::optional<DiskIOCounters> sumDiskstats(std::string_view text,
     return total;
 }
 
-LinuxDiskSource::LinuxDiskSource(std::string procRoot, std::string sysRoot, std::string volume)
+LinuxDiskSource::LinuxDiskSource(std::string procRoot, std::string sysRoot, const Clock& clock,
+                                 std::string volume)
     : diskstatsPath_(procRoot + "/diskstats"),
+      diskstats_(diskstatsPath_),
       blockRoot_(sysRoot + "/block"),
-      volume_(std::move(volume)) {}
+      volume_(std::move(volume)),
+      disks_(clock, diskRediscovery) {}
 
 DiskCapacity LinuxDiskSource::capacity() {
     struct statvfs info;
@@ -73,7 +74,7 @@ DiskCapacity LinuxDiskSource::capacity() {
             .availableBytes = static_cast<uint64_t>(info.f_bavail) * unit};
 }
 
-std::vector<std::string> LinuxDiskSource::wholeDisks() const {
+std::vector<std::string> LinuxDiskSource::findWholeDisks() const {
     std::vector<std::string> disks;
     DIR* dir = ::opendir(blockRoot_.c_str());
     if (!dir) return disks;
@@ -89,16 +90,16 @@ std::vector<std::string> LinuxDiskSource::wholeDisks() const {
 }
 
 std::optional<DiskIOCounters> LinuxDiskSource::ioCounters() {
-    const std::vector<std::string> disks = wholeDisks();
-    if (disks.empty()) return std::nullopt;
+    const auto disks = disks_.get([this] { return findWholeDisks(); });
+    if (disks->empty()) return std::nullopt;
     // A line is about 100 bytes; this holds several hundred devices.
     std::array<char, 65536> buffer;
-    const auto text = procfs::readFileAt(AT_FDCWD, diskstatsPath_.c_str(), buffer);
+    const auto text = diskstats_.read(buffer);
     if (!text) return std::nullopt;
-    if (text->size() < buffer.size()) return sumDiskstats(*text, disks);
+    if (text->size() < buffer.size()) return sumDiskstats(*text, *disks);
     const auto whole = linux_files::readAll(diskstatsPath_.c_str());
     if (!whole) return std::nullopt;
-    return sumDiskstats(*whole, disks);
+    return sumDiskstats(*whole, *disks);
 }
 
 }  // namespace ostrel

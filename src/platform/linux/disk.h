@@ -1,10 +1,15 @@
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/clock.h"
 #include "platform/disk_source.h"
+#include "platform/linux/kernel_file.h"
+#include "platform/linux/timed_cache.h"
 
 namespace ostrel {
 
@@ -20,20 +25,25 @@ std::optional<DiskIOCounters> sumDiskstats(std::string_view text,
                                            const std::vector<std::string>& disks);
 
 // Capacity from statvfs of the boot volume; I/O counters from /proc/diskstats over the whole
-// disks that /sys/block lists at the moment of reading, so hot-plugged disks join at once.
+// disks that /sys/block lists, looked up again once a minute so hot-plugged disks join.
 class LinuxDiskSource final : public DiskSource {
   public:
-    LinuxDiskSource(std::string procRoot, std::string sysRoot, std::string volume = "/");
+    static constexpr auto diskRediscovery = std::chrono::seconds(60);
+
+    LinuxDiskSource(std::string procRoot, std::string sysRoot, const Clock& clock,
+                    std::string volume = "/");
 
     DiskCapacity capacity() override;
     std::optional<DiskIOCounters> ioCounters() override;
 
   private:
-    std::vector<std::string> wholeDisks() const;
+    std::vector<std::string> findWholeDisks() const;
 
     const std::string diskstatsPath_;
+    KernelFile diskstats_;
     const std::string blockRoot_;
     const std::string volume_;
+    TimedCache<std::vector<std::string>> disks_;
 };
 
 }  // namespace ostrel

@@ -1,13 +1,12 @@
 #include "platform/linux/memory.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
 #include "platform/linux/file_reader.h"
-#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
@@ -125,14 +124,14 @@ int64_t nextPressureLevel(int64_t current, double warningMeasure, double critica
 }
 
 LinuxMemorySource::LinuxMemorySource(const std::string& procRoot)
-    : meminfoPath_(procRoot + "/meminfo"),
-      vmstatPath_(procRoot + "/vmstat"),
-      pressurePath_(procRoot + "/pressure/memory"),
+    : meminfo_(procRoot + "/meminfo"),
+      vmstat_(procRoot + "/vmstat"),
+      pressure_(procRoot + "/pressure/memory"),
       pageSize_(static_cast<uint64_t>(::sysconf(_SC_PAGESIZE))) {}
 
 std::optional<int64_t> LinuxMemorySource::pressureLevel(const MeminfoValues& meminfo) {
     std::array<char, 512> buffer;
-    const auto text = procfs::readFileAt(AT_FDCWD, pressurePath_.c_str(), buffer);
+    const auto text = pressure_.read(buffer);
     const auto stall = text ? parsePressureMemory(*text) : std::nullopt;
     std::optional<double> unavailablePercent;
     if (!stall && meminfo.total && *meminfo.total > 0 && meminfo.available) {
@@ -147,11 +146,25 @@ std::optional<int64_t> LinuxMemorySource::pressureLevel(const MeminfoValues& mem
     return level_;
 }
 
+VmstatCounters LinuxMemorySource::readVmstat(std::span<char> buffer) {
+    // The kernel generates /proc/vmstat only as far as it is read, and the paging counters stand
+    // in its first two kilobytes; the whole file is read only where they do not.
+    for (const size_t length : {size_t{2048}, buffer.size()}) {
+        const auto text = vmstat_.read(buffer.first(std::min(length, buffer.size())));
+        if (!text) return {};
+        const VmstatCounters counters = parseVmstat(*text);
+        const bool complete =
+            counters.pgpgin && counters.pgpgout && counters.pswpin && counters.pswpout;
+        if (complete || text->size() < length) return counters;
+    }
+    return {};
+}
+
 MemorySnapshot LinuxMemorySource::read() {
     MemorySnapshot snapshot;
     std::array<char, 8192> buffer;
 
-    const auto meminfoText = procfs::readFileAt(AT_FDCWD, meminfoPath_.c_str(), buffer);
+    const auto meminfoText = meminfo_.read(buffer);
     const MeminfoValues meminfo = meminfoText ? parseMeminfo(*meminfoText) : MeminfoValues{};
     snapshot.totalBytes = meminfo.total;
     snapshot.pressureLevel = pressureLevel(meminfo);
@@ -160,12 +173,13 @@ MemorySnapshot LinuxMemorySource::read() {
                                   *meminfo.swapFree};
     }
 
-    const auto vmstatText = procfs::readFileAt(AT_FDCWD, vmstatPath_.c_str(), buffer);
-    if (!meminfoText && !vmstatText) {
+    const VmstatCounters counters = readVmstat(buffer);
+    const bool vmstatRead =
+        counters.pgpgin || counters.pgpgout || counters.pswpin || counters.pswpout;
+    if (!meminfoText && !vmstatRead) {
         snapshot.vmStats = tl::unexpected(meminfoText.error());
         return snapshot;
     }
-    const VmstatCounters counters = vmstatText ? parseVmstat(*vmstatText) : VmstatCounters{};
     // Unevictable pages cannot be paged out, like wired ones; zswap holds compressed pages.
     // pgpgin and pgpgout count KiB, so they are turned into pages to match the swap counts.
     snapshot.vmStats = VmStats{

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "platform/linux/kernel_file.h"
 #include "platform/memory_source.h"
 
 namespace ostrel {
@@ -60,7 +62,7 @@ inline constexpr PressureThresholds unavailableThresholds{90, 85, 95, 92.5};
 int64_t nextPressureLevel(int64_t current, double warningMeasure, double criticalMeasure,
                           const PressureThresholds& thresholds);
 
-// Assembles the memory snapshot from one pass over the pages that the kernel generates.
+// Assembles the memory snapshot from one read of each file that the kernel generates.
 // Every figure keeps its own failure: a missing file or line leaves only its fields absent.
 class LinuxMemorySource final : public MemorySource {
   public:
@@ -71,9 +73,11 @@ class LinuxMemorySource final : public MemorySource {
   private:
     std::optional<int64_t> pressureLevel(const MeminfoValues& meminfo);
 
-    const std::string meminfoPath_;
-    const std::string vmstatPath_;
-    const std::string pressurePath_;
+    VmstatCounters readVmstat(std::span<char> buffer);
+
+    KernelFile meminfo_;
+    KernelFile vmstat_;
+    KernelFile pressure_;
     const uint64_t pageSize_;
     std::mutex levelLock_;
     int64_t level_ = 1;

@@ -25,25 +25,6 @@ using text_scan::nextField;
 using text_scan::nextLine;
 using text_scan::parseNumber;
 
-template <class T>
-std::optional<T> readStruct(std::span<const char> bytes) {
-    if (bytes.size() < sizeof(T)) return std::nullopt;
-    T value;
-    std::memcpy(&value, bytes.data(), sizeof(T));
-    return value;
-}
-
-// The interface of the first next hop that is neither dead nor link-down.
-std::optional<int> firstLiveNextHop(std::span<const char> attribute) {
-    while (auto hop = readStruct<rtnexthop>(attribute)) {
-        if (hop->rtnh_len < sizeof(rtnexthop) || hop->rtnh_len > attribute.size()) break;
-        if (!(hop->rtnh_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN))) return hop->rtnh_ifindex;
-        const size_t advance = RTNH_ALIGN(hop->rtnh_len);
-        attribute = attribute.subspan(advance < attribute.size() ? advance : attribute.size());
-    }
-    return std::nullopt;
-}
-
 // Fields of a route table line, after the interface name of /proc/net/route.
 bool isUsableDefault(std::string_view destination, std::string_view mask, unsigned flags) {
     return destination == "00000000" && mask == "00000000" && (flags & RTF_UP) &&
@@ -51,55 +32,6 @@ bool isUsableDefault(std::string_view destination, std::string_view mask, unsign
 }
 
 }  // namespace
-
-DefaultRouteFinder::Step DefaultRouteFinder::feed(std::span<const char> chunk) {
-    while (auto header = readStruct<nlmsghdr>(chunk)) {
-        if (header->nlmsg_len < sizeof(nlmsghdr) || header->nlmsg_len > chunk.size()) {
-            return Step::failed;
-        }
-        if (header->nlmsg_type == NLMSG_DONE) return Step::done;
-        if (header->nlmsg_type == NLMSG_ERROR) return Step::failed;
-        if (header->nlmsg_type == RTM_NEWROUTE) {
-            consider(chunk.subspan(NLMSG_HDRLEN, header->nlmsg_len - NLMSG_HDRLEN));
-        }
-        const size_t advance = NLMSG_ALIGN(header->nlmsg_len);
-        chunk = chunk.subspan(advance < chunk.size() ? advance : chunk.size());
-    }
-    return Step::more;
-}
-
-void DefaultRouteFinder::consider(std::span<const char> route) {
-    const auto message = readStruct<rtmsg>(route);
-    if (!message || message->rtm_dst_len != 0 || message->rtm_type != RTN_UNICAST ||
-        (message->rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN))) {
-        return;
-    }
-    uint32_t table = message->rtm_table;
-    uint32_t metric = 0;
-    std::optional<int> index;
-    std::span<const char> attributes = route.subspan(
-        NLMSG_ALIGN(sizeof(rtmsg)) < route.size() ? NLMSG_ALIGN(sizeof(rtmsg)) : route.size());
-    while (auto attribute = readStruct<rtattr>(attributes)) {
-        if (attribute->rta_len < sizeof(rtattr) || attribute->rta_len > attributes.size()) break;
-        const auto payload = attributes.subspan(RTA_LENGTH(0), attribute->rta_len - RTA_LENGTH(0));
-        if (attribute->rta_type == RTA_TABLE) {
-            if (auto value = readStruct<uint32_t>(payload)) table = *value;
-        } else if (attribute->rta_type == RTA_PRIORITY) {
-            if (auto value = readStruct<uint32_t>(payload)) metric = *value;
-        } else if (attribute->rta_type == RTA_OIF) {
-            if (auto value = readStruct<int32_t>(payload)) index = *value;
-        } else if (attribute->rta_type == RTA_MULTIPATH && !index) {
-            index = firstLiveNextHop(payload);
-        }
-        const size_t advance = RTA_ALIGN(attribute->rta_len);
-        attributes = attributes.subspan(advance < attributes.size() ? advance : attributes.size());
-    }
-    if (table != RT_TABLE_MAIN || !index) return;
-    if (!bestIndex_ || metric < bestMetric_) {
-        bestIndex_ = index;
-        bestMetric_ = metric;
-    }
-}
 
 std::optional<std::string> defaultRouteFromProcRoute(std::string_view text) {
     std::optional<std::string> best;
@@ -152,39 +84,6 @@ std::optional<std::string> defaultRouteFromProcIpv6Route(std::string_view text) 
 
 namespace {
 
-// The best default route of one family by a netlink dump; none on any failure.
-std::optional<int> defaultRouteByNetlink(unsigned char family) {
-    const int fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
-    if (fd < 0) return std::nullopt;
-    struct {
-        nlmsghdr header;
-        rtmsg message;
-    } request{};
-    request.header.nlmsg_len = sizeof(request);
-    request.header.nlmsg_type = RTM_GETROUTE;
-    request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-    request.header.nlmsg_seq = 1;
-    request.message.rtm_family = family;
-    sockaddr_nl kernel{};
-    kernel.nl_family = AF_NETLINK;
-    std::optional<int> index;
-    if (::sendto(fd, &request, sizeof(request), 0, reinterpret_cast<sockaddr*>(&kernel),
-                 sizeof(kernel)) == static_cast<ssize_t>(sizeof(request))) {
-        DefaultRouteFinder finder;
-        alignas(nlmsghdr) std::array<char, 16384> buffer;
-        for (;;) {
-            const ssize_t got = ::recv(fd, buffer.data(), buffer.size(), 0);
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) break;
-            const auto step = finder.feed({buffer.data(), static_cast<size_t>(got)});
-            if (step == DefaultRouteFinder::Step::done) index = finder.interfaceIndex();
-            if (step != DefaultRouteFinder::Step::more) break;
-        }
-    }
-    ::close(fd);
-    return index;
-}
-
 std::optional<std::string> interfaceName(int index) {
     char name[IF_NAMESIZE];
     if (!::if_indextoname(static_cast<unsigned>(index), name)) return std::nullopt;
@@ -196,14 +95,31 @@ std::optional<std::string> interfaceName(int index) {
 LinuxNetworkSource::LinuxNetworkSource(std::string procRoot, const Clock& clock)
     : routePath_(procRoot + "/net/route"),
       ipv6RoutePath_(procRoot + "/net/ipv6_route"),
-      clock_(clock) {}
+      route_(clock, routeValidity) {}
 
-std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() const {
+template <class Request>
+auto LinuxNetworkSource::withSocket(Request request)
+    -> decltype(request(std::declval<RouteNetlinkSocket&>())) {
+    auto socket = socket_.take();
+    if (!socket) {
+        auto opened = RouteNetlinkSocket::open();
+        if (!opened) return tl::unexpected(opened.error());
+        socket = std::move(*opened);
+    }
+    auto result = request(*socket);
+    if (result) socket_.giveBack(socket);
+    return result;
+}
+
+std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() {
     for (const unsigned char family : {AF_INET, AF_INET6}) {
-        if (const auto index = defaultRouteByNetlink(family)) {
-            if (auto name = interfaceName(*index)) return name;
+        const auto index = withSocket(
+            [family](RouteNetlinkSocket& socket) { return socket.defaultRouteIndex(family); });
+        if (index && *index) {
+            if (auto name = interfaceName(**index)) return name;
         }
     }
+    // Without route netlink (a sandbox may refuse it) or a single-hop default, the text tables.
     std::array<char, 16384> buffer;
     if (const auto text = procfs::readFileAt(AT_FDCWD, routePath_.c_str(), buffer)) {
         if (auto name = defaultRouteFromProcRoute(*text)) return name;
@@ -215,15 +131,12 @@ std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() const {
 }
 
 std::optional<std::string> LinuxNetworkSource::defaultRouteInterface() {
-    {
-        std::lock_guard lock(routeLock_);
-        if (routeFoundAt_ && clock_.monotonic() - *routeFoundAt_ < routeValidity) return route_;
-    }
-    auto route = lookUpDefaultRoute();
-    std::lock_guard lock(routeLock_);
-    route_ = route;
-    routeFoundAt_ = clock_.monotonic();
-    return route;
+    return *route_.get([this] { return lookUpDefaultRoute(); });
+}
+
+tl::expected<std::optional<LinkEntry>, ReadError> LinuxNetworkSource::link(
+    const std::string& name) {
+    return withSocket([&name](RouteNetlinkSocket& socket) { return socket.link(name); });
 }
 
 tl::expected<std::vector<LinkEntry>, ReadError> LinuxNetworkSource::links() {

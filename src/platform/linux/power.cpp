@@ -1,21 +1,17 @@
 #include "platform/linux/power.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
+#include <array>
 
-#include "platform/linux/file_reader.h"
+#include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
 namespace ostrel {
 namespace {
-
-std::optional<int64_t> numberAttribute(const std::string& path) {
-    const auto text = linux_files::readAttribute(path);
-    if (!text) return std::nullopt;
-    return text_scan::parseNumber<int64_t>(*text);
-}
 
 bool containsWord(std::string_view list, std::string_view word) {
     while (!list.empty()) {
@@ -27,21 +23,41 @@ bool containsWord(std::string_view list, std::string_view word) {
     return false;
 }
 
-PowerSupplyReading readSupply(const std::string& base) {
+}  // namespace
+
+PowerSupplyReading parsePowerSupplyUevent(std::string_view text) {
     PowerSupplyReading reading;
-    reading.type = linux_files::readAttribute(base + "type").value_or("");
-    reading.scope = linux_files::readAttribute(base + "scope").value_or("");
-    reading.status = linux_files::readAttribute(base + "status").value_or("");
-    if (const auto online = numberAttribute(base + "online")) reading.online = *online != 0;
-    reading.capacityPercent = numberAttribute(base + "capacity");
-    reading.energyNow = numberAttribute(base + "energy_now");
-    reading.energyFull = numberAttribute(base + "energy_full");
-    reading.chargeNow = numberAttribute(base + "charge_now");
-    reading.chargeFull = numberAttribute(base + "charge_full");
+    const auto number = [](std::string_view value) {
+        return text_scan::parseNumber<int64_t>(value);
+    };
+    std::string_view line;
+    while (text_scan::nextLine(text, line)) {
+        const size_t equals = line.find('=');
+        if (equals == std::string_view::npos || !line.starts_with("POWER_SUPPLY_")) continue;
+        const std::string_view key = line.substr(13, equals - 13);
+        const std::string_view value = text_scan::trim(line.substr(equals + 1));
+        if (key == "TYPE") {
+            reading.type = value;
+        } else if (key == "SCOPE") {
+            reading.scope = value;
+        } else if (key == "STATUS") {
+            reading.status = value;
+        } else if (key == "ONLINE") {
+            if (const auto online = number(value)) reading.online = *online != 0;
+        } else if (key == "CAPACITY") {
+            reading.capacityPercent = number(value);
+        } else if (key == "ENERGY_NOW") {
+            reading.energyNow = number(value);
+        } else if (key == "ENERGY_FULL") {
+            reading.energyFull = number(value);
+        } else if (key == "CHARGE_NOW") {
+            reading.chargeNow = number(value);
+        } else if (key == "CHARGE_FULL") {
+            reading.chargeFull = number(value);
+        }
+    }
     return reading;
 }
-
-}  // namespace
 
 std::vector<PowerSourceDescription> describePowerSupplies(
     const std::vector<PowerSupplyReading>& supplies) {
@@ -140,55 +156,60 @@ class SystemBusConnection {
 };
 
 LinuxPowerSource::LinuxPowerSource(std::string sysRoot, const Clock& clock)
-    : supplyRoot_(sysRoot + "/class/power_supply"), clock_(clock) {}
+    : supplyRoot_(sysRoot + "/class/power_supply"),
+      clock_(clock),
+      supplies_(clock, supplyRediscovery) {}
 
 LinuxPowerSource::~LinuxPowerSource() = default;
 
-std::vector<PowerSourceDescription> LinuxPowerSource::powerSources() {
-    std::vector<PowerSupplyReading> supplies;
-    DIR* dir = ::opendir(supplyRoot_.c_str());
-    if (!dir) return {};
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(dir)) {
-        if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+std::vector<std::string> LinuxPowerSource::findSupplyFiles() const {
+    std::vector<std::string> files;
+    if (DIR* dir = ::opendir(supplyRoot_.c_str())) {
+        while (const dirent* entry = ::readdir(dir)) {
+            if (entry->d_name[0] != '.') {
+                files.push_back(supplyRoot_ + "/" + entry->d_name + "/uevent");
+            }
+        }
+        ::closedir(dir);
     }
-    ::closedir(dir);
-    std::sort(names.begin(), names.end());
-    for (const std::string& name : names)
-        supplies.push_back(readSupply(supplyRoot_ + "/" + name + "/"));
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::vector<PowerSourceDescription> LinuxPowerSource::powerSources() {
+    const auto files = supplies_.get([this] { return findSupplyFiles(); });
+    if (files->empty()) return {};
+    std::vector<PowerSupplyReading> supplies;
+    supplies.reserve(files->size());
+    for (const std::string& file : *files) {
+        // One file per supply carries every property; a supply that went away is skipped.
+        std::array<char, 2048> buffer;
+        if (const auto text = procfs::readFileAt(AT_FDCWD, file.c_str(), buffer)) {
+            supplies.push_back(parsePowerSupplyUevent(*text));
+        }
+    }
     return describePowerSupplies(supplies);
 }
 
-std::unique_ptr<SystemBusConnection> LinuxPowerSource::takeConnection() {
-    {
-        std::lock_guard lock(connectionLock_);
-        if (idleConnection_) return std::move(idleConnection_);
-        if (lastFailure_ && clock_.monotonic() - *lastFailure_ < reconnectDelay) return nullptr;
-    }
-    auto connection = SystemBusConnection::open();
-    if (!connection) {
-        std::lock_guard lock(connectionLock_);
-        lastFailure_ = clock_.monotonic();
-    }
-    return connection;
-}
-
-void LinuxPowerSource::giveBack(std::unique_ptr<SystemBusConnection> connection) {
-    std::lock_guard lock(connectionLock_);
-    if (!idleConnection_) idleConnection_ = std::move(connection);
-}
-
 tl::expected<std::vector<SleepAssertion>, ReadError> LinuxPowerSource::sleepAssertions() {
-    auto connection = takeConnection();
-    if (!connection) return tl::unexpected(ReadError::unsupported);
+    auto connection = bus_.take();
+    if (!connection) {
+        {
+            std::lock_guard lock(busLock_);
+            if (lastBusFailure_ && clock_.monotonic() - *lastBusFailure_ < reconnectDelay) {
+                return tl::unexpected(ReadError::unsupported);
+            }
+        }
+        connection = SystemBusConnection::open();
+    }
     std::vector<Inhibitor> inhibitors;
-    if (!connection->listInhibitors(inhibitors)) {
-        // A broken connection or a bus without logind: start afresh after the delay.
-        std::lock_guard lock(connectionLock_);
-        lastFailure_ = clock_.monotonic();
+    if (!connection || !connection->listInhibitors(inhibitors)) {
+        // No bus, a broken connection or a bus without logind: try afresh after the delay.
+        std::lock_guard lock(busLock_);
+        lastBusFailure_ = clock_.monotonic();
         return tl::unexpected(ReadError::unsupported);
     }
-    giveBack(std::move(connection));
+    bus_.giveBack(connection);
     return sleepAssertionsFromInhibitors(inhibitors);
 }
 

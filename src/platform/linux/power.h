@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/linux/idle_slot.h"
+#include "platform/linux/timed_cache.h"
 #include "platform/power_source.h"
 
 namespace ostrel {
@@ -22,6 +24,9 @@ struct PowerSupplyReading {
     std::optional<int64_t> energyNow, energyFull;
     std::optional<int64_t> chargeNow, chargeFull;
 };
+
+// The properties of one supply from its uevent file ("POWER_SUPPLY_STATUS=Charging", ...).
+PowerSupplyReading parsePowerSupplyUevent(std::string_view text);
 
 // One description per system battery, in the form the power collector reads: the state says
 // "AC Power" when an adapter is online (or the battery is charging or full without an adapter
@@ -43,11 +48,12 @@ std::vector<SleepAssertion> sleepAssertionsFromInhibitors(const std::vector<Inhi
 
 class SystemBusConnection;
 
-// Power supplies from sysfs; sleep assertions from logind's inhibitors on the system bus. A
-// machine without a system bus reports no assertions, and the connection is tried again at
-// most every 30 seconds.
+// Power supplies from sysfs, found again once a minute and read on each sample; sleep
+// assertions from logind's inhibitors on the system bus. A machine without a system bus reports
+// no assertions, and the connection is tried again at most every 30 seconds.
 class LinuxPowerSource final : public PowerSource {
   public:
+    static constexpr auto supplyRediscovery = std::chrono::seconds(60);
     static constexpr auto reconnectDelay = std::chrono::seconds(30);
 
     LinuxPowerSource(std::string sysRoot, const Clock& clock);
@@ -57,16 +63,14 @@ class LinuxPowerSource final : public PowerSource {
     tl::expected<std::vector<SleepAssertion>, ReadError> sleepAssertions() override;
 
   private:
-    std::unique_ptr<SystemBusConnection> takeConnection();
-    void giveBack(std::unique_ptr<SystemBusConnection> connection);
+    std::vector<std::string> findSupplyFiles() const;
 
     const std::string supplyRoot_;
     const Clock& clock_;
-    // The bus object is not safe for two threads: a caller takes it out, uses it outside the
-    // lock and gives it back; a second caller meanwhile opens its own.
-    std::mutex connectionLock_;
-    std::unique_ptr<SystemBusConnection> idleConnection_;
-    std::optional<Duration> lastFailure_;
+    TimedCache<std::vector<std::string>> supplies_;
+    IdleSlot<SystemBusConnection> bus_;
+    std::mutex busLock_;
+    std::optional<Duration> lastBusFailure_;
 };
 
 }  // namespace ostrel

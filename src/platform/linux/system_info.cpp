@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "platform/linux/cpu.h"
 #include "platform/linux/file_reader.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
@@ -102,24 +103,6 @@ std::optional<std::string> parseCpuBrand(std::string_view cpuinfo) {
         return std::string(brand);
     }
     return std::nullopt;
-}
-
-std::optional<int64_t> countCpuList(std::string_view list) {
-    list = trim(list);
-    if (list.empty()) return std::nullopt;
-    int64_t count = 0;
-    while (!list.empty()) {
-        const size_t comma = list.find(',');
-        const std::string_view range = list.substr(0, comma);
-        list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
-        const size_t dash = range.find('-');
-        const auto first = parseNumber<int64_t>(range.substr(0, dash));
-        const auto last =
-            dash == std::string_view::npos ? first : parseNumber<int64_t>(range.substr(dash + 1));
-        if (!first || !last || *last < *first) return std::nullopt;
-        count += *last - *first + 1;
-    }
-    return count;
 }
 
 std::optional<CoreSplit> splitByCapacity(const std::vector<long>& capacities) {

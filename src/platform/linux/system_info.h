@@ -15,9 +15,6 @@ std::optional<OsVersion> parseKernelRelease(std::string_view release);
 // The first "model name" of /proc/cpuinfo.
 std::optional<std::string> parseCpuBrand(std::string_view cpuinfo);
 
-// Processors in a kernel CPU list ("0-15,20" is 17); none when malformed.
-std::optional<int64_t> countCpuList(std::string_view list);
-
 // Performance and efficiency processors from each processor's relative capacity (ARM's
 // big.LITTLE and later hybrid designs): the least capable kind is efficiency, every other
 // performance. None when all processors are alike.
