@@ -76,11 +76,13 @@ void AppDelegate::startApp() {
 }
 
 void AppDelegate::setUpUserInterface() {
-    tl::expected<std::unique_ptr<UserInterface>, std::string> userInterface =
-        tl::unexpected(std::string("this build has no user interface"));
-    if (services_.makeUserInterface) userInterface = services_.makeUserInterface(*this);
+    if (!services_.makeUserInterface) {
+        Logger::info("No user interface in this build; running without a menu bar icon", general);
+        return;
+    }
+    auto userInterface = services_.makeUserInterface(*this);
     if (!userInterface) {
-        // A server or a session without a tray still monitors; the tool reaches it as ever.
+        // A session without a display or a tray still monitors; the tool reaches it as ever.
         Logger::warning(fmt::format("No menu bar icon ({}); running without a user interface",
                                     userInterface.error()),
                         general);

@@ -48,7 +48,8 @@ bool contains(const std::string& text, const std::string& fragment) {
 class ApplicationTest : public ::testing::Test {
   protected:
     ApplicationTest() {
-        executable_ = home_ / ("ostrel-t" + std::to_string(getpid()));
+        // Canonical, as the process list shows it.
+        executable_ = fs::canonical(home_.path()) / ("ostrel-t" + std::to_string(getpid()));
         fs::copy_file(OSTREL_EXECUTABLE, executable_);
         for (const char* folder : {"config", "data", "state", "run"}) {
             fs::create_directories(home_ / folder);
