@@ -1,0 +1,39 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <tl/expected.hpp>
+
+namespace ostrel {
+
+// A file opened for appending, created if missing. Each append lands whole at the end or not
+// at all: a write that fails half-way (a full disk) is cut back, so a later line never joins
+// the torn head of an earlier one.
+class AppendFile {
+  public:
+    static tl::expected<AppendFile, std::error_code> open(const std::filesystem::path& path);
+
+    AppendFile(AppendFile&& other) noexcept;
+    AppendFile& operator=(AppendFile&& other) noexcept;
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+    ~AppendFile();
+
+    tl::expected<void, std::error_code> append(std::string_view bytes);
+    // Whether `path` still names the file this handle writes: false once it was deleted or
+    // replaced from outside, or cannot be looked at.
+    bool isFileAt(const std::filesystem::path& path) const;
+
+  private:
+    AppendFile(int fd, dev_t device, ino_t inode) : fd_(fd), device_(device), inode_(inode) {}
+    void close();
+
+    int fd_ = -1;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
+};
+
+}  // namespace ostrel

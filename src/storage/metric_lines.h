@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/alert_event.h"
+#include "records/system_metrics.h"
+#include "records/watched_process_event.h"
+
+// Pure work on the bytes and names of metric files: what the store reads is parsed here, so it
+// can be tested on literal text.
+namespace ostrel::metric_lines {
+
+// The samples among the lines, in order. Empty lines, event lines and lines that do not
+// decode (a torn last line, garbage) are passed over. The last line needs no line feed.
+std::vector<SystemMetrics> decodeSamples(std::string_view bytes);
+void appendSamples(std::string_view bytes, std::vector<SystemMetrics>& out);
+
+// The events of one kind among the lines, in order; every other line fails to decode as that
+// kind and is passed over.
+std::vector<AlertEvent> decodeAlertEvents(std::string_view text);
+std::vector<WatchedProcessEvent> decodeWatchedProcessEvents(std::string_view text);
+
+// The value of the first `"timestamp":"` in the text, up to the next quote.
+std::optional<std::string> timestampIn(std::string_view text);
+// The first line of a file's head: what stands before its first line feed.
+std::string_view firstLine(std::string_view head);
+
+// "metrics-2026-11-15-07.jsonl" -> "2026-11-15"; a name without the prefix gives the first
+// ten characters of its stem.
+std::string dayOfFile(std::string_view fileName);
+// True for "metrics-<day>.jsonl" and "metrics-<day>-<anything>.jsonl".
+bool fileBelongsToDay(std::string_view fileName, std::string_view day);
+
+}  // namespace ostrel::metric_lines

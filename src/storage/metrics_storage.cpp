@@ -1,0 +1,156 @@
+#include "storage/metrics_storage.h"
+
+#include <time.h>
+
+#include "logging/logger.h"
+#include "records/constants.h"
+#include "records/formatters.h"
+#include "records/record_json.h"
+#include "storage/file_system.h"
+
+namespace ostrel {
+namespace {
+
+constexpr std::string_view kFilePrefix = "metrics-";
+
+}  // namespace
+
+MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const Clock& clock,
+                               Path logsDirectory)
+    : baseDirectory_(std::move(baseDirectory)),
+      metricsDirectory_(baseDirectory_ / Constants::Storage::metricsFolder),
+      uploadDirectory_(baseDirectory_ / Constants::Storage::uploadFolder),
+      logsDirectory_(std::move(logsDirectory)),
+      clock_(clock),
+      config_(std::move(config)) {
+    // A disk that refuses now refuses again at the first save, which reports it.
+    (void)ensureDirectoriesExist();
+}
+
+MetricsStorage::~MetricsStorage() = default;
+
+void MetricsStorage::updateConfig(MonitorConfig config) {
+    std::lock_guard lock(fileHandleLock_);
+    config_ = std::move(config);
+}
+
+MonitorConfig MetricsStorage::configCopy() const {
+    std::lock_guard lock(fileHandleLock_);
+    return config_;
+}
+
+std::optional<MetricsStorage::Path> MetricsStorage::currentFileCopy() const {
+    std::lock_guard lock(fileHandleLock_);
+    return currentMetricsFile_;
+}
+
+tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const {
+    for (const Path* folder : {&metricsDirectory_, &logsDirectory_}) {
+        if (auto error = files::makeDirectories(*folder)) {
+            return tl::unexpected(StorageError::fileSystem(error, *folder));
+        }
+    }
+    return {};
+}
+
+template <class Record, class UploadEnabled>
+tl::expected<void, StorageError> MetricsStorage::writeRecord(const Record& record,
+                                                             UploadEnabled uploadEnabled) {
+    if (auto ready = ensureDirectoriesExist(); !ready) return ready;
+    std::string line;
+    line.reserve(8192);
+    if (auto encoded = appendJson(line, record); !encoded) {
+        return tl::unexpected(StorageError::encoding(encoded.error().message()));
+    }
+    line += '\n';
+    if (auto appended = appendToCurrentFile(line); !appended) return appended;
+    // The line is safe in the metric file; a queue that refuses it costs only its upload.
+    if (uploadEnabled()) (void)copyToUploadQueue(line);
+    return {};
+}
+
+tl::expected<void, StorageError> MetricsStorage::save(const SystemMetrics& metrics) {
+    const MonitorConfig config = configCopy();
+    if (!config.storageEnabled) return {};
+    if (auto written = writeRecord(metrics, [&] { return config.uploadEnabled; }); !written) {
+        return written;
+    }
+    invalidateCache();
+    bool pruneDue = false;
+    {
+        std::lock_guard lock(fileHandleLock_);
+        if (++saveCount_ >= kPruneCheckInterval) {
+            saveCount_ = 0;
+            pruneDue = true;
+        }
+    }
+    if (pruneDue) pruneIfNeeded();
+    return {};
+}
+
+tl::expected<void, StorageError> MetricsStorage::saveAlertEvent(const AlertEvent& event) {
+    if (!configCopy().storageEnabled) return {};
+    return writeRecord(event, [this] { return configCopy().uploadEnabled; });
+}
+
+tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
+    const WatchedProcessMetrics& watched, const std::string& hostname) {
+    if (!configCopy().storageEnabled) return {};
+    const WatchedProcessEvent event{
+        .eventType = kWatchedProcessEventType,
+        .timestamp = Formatters::iso8601WithFractionalSeconds(clock_.now()),
+        .hostname = hostname,
+        .watched = watched,
+    };
+    return writeRecord(event, [this] { return configCopy().uploadEnabled; });
+}
+
+MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
+    // Read the zone afresh, so a change of zone shows in the next name.
+    ::tzset();
+    const Date now = clock_.now();
+    std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
+                                                           : Formatters::dailyRotation(now);
+    if (currentMetricsDate_ != stamp || !currentMetricsFile_) {
+        currentMetricsFile_ = metricsDirectory_ / (std::string(kFilePrefix) + stamp + "." +
+                                                   std::string(Constants::Storage::fileExtension));
+        currentMetricsDate_ = std::move(stamp);
+    }
+    return *currentMetricsFile_;
+}
+
+tl::expected<void, StorageError> MetricsStorage::appendToCurrentFile(std::string_view line) {
+    std::lock_guard lock(fileHandleLock_);
+    const Path url = currentMetricsFileURL();
+    // A handle on another file (rotation, or the file deleted or replaced from outside) is
+    // let go; the file at the current name is opened, or made, below.
+    if (cachedFileHandle_ && !cachedFileHandle_->isFileAt(url)) cachedFileHandle_.reset();
+    if (cachedFileHandle_) {
+        if (cachedFileHandle_->append(line)) return {};
+        // A stale handle costs one retry on a fresh one, not the sample.
+        cachedFileHandle_.reset();
+    }
+    auto opened = AppendFile::open(url);
+    if (!opened) return tl::unexpected(StorageError::fileSystem(opened.error(), url));
+    if (auto written = opened->append(line); !written) {
+        return tl::unexpected(StorageError::fileSystem(written.error(), url));
+    }
+    cachedFileHandle_ = std::move(*opened);
+    return {};
+}
+
+void MetricsStorage::logAudit(std::string_view action, const AuditDetails& details) const {
+    std::string text = "[" + std::string(action) + "]";
+    for (size_t i = 0; i < details.size(); ++i) {
+        text += i == 0 ? " " : ", ";
+        text += details[i].first + "=" + details[i].second;
+    }
+    Logger::info(text, Logger::Category::storage);
+}
+
+void MetricsStorage::close() {
+    std::lock_guard lock(fileHandleLock_);
+    cachedFileHandle_.reset();
+}
+
+}  // namespace ostrel

@@ -1,0 +1,146 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+#include <utility>
+#include <vector>
+
+#include "platform/app_paths.h"
+#include "platform/clock.h"
+#include "records/alert_event.h"
+#include "records/monitor_config.h"
+#include "records/system_metrics.h"
+#include "records/watched_process_event.h"
+#include "storage/append_file.h"
+#include "storage/storage_error.h"
+#include "storage/storage_health.h"
+
+namespace ostrel {
+
+// Key-value pairs of an audit entry, written in the order given.
+using AuditDetails = std::vector<std::pair<std::string, std::string>>;
+
+// The local store: the metric files (one JSON line per sample, alert event or watched-process
+// event, all kinds in one file in the order written), their rotation and pruning, the upload
+// queue, and reading them back. Writers on two threads, readers and an upload may meet: writes
+// to files go under one small lock, reads take none.
+//
+// On disk, under `baseDirectory`: metrics/metrics-<stamp>.jsonl, and upload/pending.jsonl
+// with upload/uploading-<seconds>.jsonl.
+class MetricsStorage {
+  public:
+    using Path = std::filesystem::path;
+
+    explicit MetricsStorage(MonitorConfig config, Path baseDirectory = paths::applicationSupport(),
+                            const Clock& clock = systemClock(),
+                            Path logsDirectory = paths::logFile().parent_path());
+    ~MetricsStorage();
+    MetricsStorage(const MetricsStorage&) = delete;
+    MetricsStorage& operator=(const MetricsStorage&) = delete;
+
+    const Path& baseDirectory() const { return baseDirectory_; }
+    const Path& metricsDirectory() const { return metricsDirectory_; }
+    const Path& uploadDirectory() const { return uploadDirectory_; }
+
+    // --- writing ---------------------------------------------------------------------------
+    void updateConfig(MonitorConfig config);
+    // Appends the sample to the current file and, with upload on, to the queue. Does nothing,
+    // successfully, while storage is off. Every tenth saved sample runs the pruning check.
+    tl::expected<void, StorageError> save(const SystemMetrics& metrics);
+    tl::expected<void, StorageError> saveAlertEvent(const AlertEvent& event);
+    tl::expected<void, StorageError> saveWatchedProcessEvent(const WatchedProcessMetrics& watched,
+                                                             const std::string& hostname);
+    // "[action] key=value, key=value" at info under storage; never fails.
+    void logAudit(std::string_view action, const AuditDetails& details = {}) const;
+    // Lets the kept handle go; the next write reopens the same file.
+    void close();
+
+    // --- pruning ---------------------------------------------------------------------------
+    // Removes every metric file and the upload queue. Never fails.
+    void clearAll();
+
+    // --- upload queue ----------------------------------------------------------------------
+    // Renames a non-empty pending file to uploading-<seconds>.jsonl and returns every queue
+    // file to send, earlier leftovers first.
+    std::vector<Path> swapPendingFileForUpload();
+    int64_t pendingUploadCount() const;
+    void deleteUploadQueueFile(const Path& file);
+    void clearUploadQueue();
+
+    // --- reading ---------------------------------------------------------------------------
+    // Days with files, newest first ("2026-11-15").
+    std::vector<std::string> availableDays() const;
+    // The .jsonl files of the metrics folder, oldest first (by name, a daily file ahead of
+    // the hours of its day); absent when the folder cannot be read.
+    std::optional<std::vector<Path>> metricsFiles() const;
+    static std::vector<Path> filterFilesForDay(const std::vector<Path>& files,
+                                               std::string_view day);
+    // Samples of all files, in file order and line order; files are read in parallel.
+    static std::vector<SystemMetrics> loadFilesInParallel(const std::vector<Path>& files);
+    static std::optional<std::vector<SystemMetrics>> loadMetricsFromFile(const Path& file);
+    // Alert events newest first; watched-process events in file order.
+    std::vector<AlertEvent> loadAlertEvents(std::string_view day) const;
+    std::vector<AlertEvent> loadAllAlertEvents() const;
+    std::vector<WatchedProcessEvent> loadWatchedProcessEvents(std::string_view day) const;
+    std::vector<WatchedProcessEvent> loadAllWatchedProcessEvents() const;
+
+    // There is no cache of samples: kept for callers that announce a change of the store.
+    void invalidateCache();
+    void invalidateAllCaches();
+    // Cheap figures from the folder's metadata and two slices of two files, cached 30 s.
+    StorageHealth getHealth();
+    static std::optional<std::string> getFirstTimestamp(const Path& file);
+    static std::optional<std::string> getLastTimestamp(const Path& file);
+    static int64_t countLines(const Path& file);
+
+  private:
+    static constexpr int kPruneCheckInterval = 10;
+    static constexpr double kHealthCacheValiditySeconds = 30.0;
+    static constexpr std::string_view kPendingFilename = "pending.jsonl";
+
+    tl::expected<void, StorageError> ensureDirectoriesExist() const;
+    tl::expected<void, StorageError> ensureUploadDirectoryExists() const;
+    // Encodes the record to one line and appends it to the current file, then, if
+    // `uploadEnabled()` says so, to the queue.
+    template <class Record, class UploadEnabled>
+    tl::expected<void, StorageError> writeRecord(const Record& record, UploadEnabled uploadEnabled);
+    Path currentMetricsFileURL();  // caller holds fileHandleLock_
+    tl::expected<void, StorageError> appendToCurrentFile(std::string_view line);
+    tl::expected<void, StorageError> copyToUploadQueue(std::string_view line);
+
+    MonitorConfig configCopy() const;
+    std::optional<Path> currentFileCopy() const;
+    void pruneIfNeeded();
+    void pruneOldestFiles(double targetMB);
+    void pruneByAge();
+
+    template <class Event, class Decode>
+    std::vector<Event> loadEvents(std::optional<std::string_view> day, Decode decode) const;
+
+    const Path baseDirectory_;
+    const Path metricsDirectory_;
+    const Path uploadDirectory_;
+    const Path logsDirectory_;
+    const Clock& clock_;
+
+    // Guards the fields below it: held for the write of a line and for short copies, never
+    // across encoding, pruning or the health cache.
+    mutable std::mutex fileHandleLock_;
+    MonitorConfig config_;
+    std::optional<Path> currentMetricsFile_;
+    std::optional<std::string> currentMetricsDate_;
+    std::optional<AppendFile> cachedFileHandle_;
+    int saveCount_ = 0;
+
+    // Guards the health cache only; never taken while fileHandleLock_ is held.
+    std::mutex cacheLock_;
+    std::optional<StorageHealth> cachedHealth_;
+    std::optional<Duration> healthCacheTimestamp_;
+};
+
+}  // namespace ostrel

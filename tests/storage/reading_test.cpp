@@ -1,0 +1,156 @@
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "storage/metric_lines.h"
+#include "storage_test_support.h"
+#include "support/log_recorder.h"
+
+namespace ostrel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::alertLine;
+using testing::line;
+using testing::sample;
+using testing::watchedLine;
+
+template <class Record, class Field>
+std::vector<std::string> names(const std::vector<Record>& records, Field field) {
+    std::vector<std::string> result;
+    for (const auto& record : records)
+        result.push_back(field(record));
+    return result;
+}
+std::vector<std::string> hosts(const std::vector<SystemMetrics>& samples) {
+    return names(samples, [](const SystemMetrics& s) { return s.hostname; });
+}
+
+class Reading : public ::testing::Test, public testing::StoreFixture {};
+
+TEST_F(Reading, EachLoaderTakesOnlyItsOwnWholeLines) {
+    // An alert decodes as a sample (it has timestamp and hostname): only the byte test keeps
+    // it out, and older files spell the key with an underscore.
+    const std::string oldAlert = R"({"timestamp":"t","hostname":"y","event_type":"alert"})"
+                                 "\n";
+    const std::string half = line(sample("a", 9)).substr(0, 30);
+    SystemMetrics huge = sample("a", 2);
+    huge.hostname += std::string(600 * 1024, 'x');  // longer than a read block
+    dir.write("data/metrics/metrics-2026-11-14.jsonl",
+              alertLine("old", "2026-11-14T09:00:00Z") + watchedLine("w0"));
+    dir.write("data/metrics/metrics-2026-11-15.jsonl",
+              line(sample("a", 1)) + "\n\ngarbage\n" + alertLine("first", "2026-11-15T09:00:00Z") +
+                  watchedLine("w1") + oldAlert + line(huge) +
+                  alertLine("late", "2026-11-15T11:00:00Z") +
+                  alertLine("second", "2026-11-15T09:00:00Z") + watchedLine("w2") + half);
+    auto storage = make();
+    const auto samples = MetricsStorage::loadFilesInParallel(*storage.metricsFiles());
+    ASSERT_EQ(samples.size(), 2u);
+    EXPECT_EQ(samples[0].hostname, "a-1");
+    EXPECT_EQ(samples[1].hostname, huge.hostname);
+    // Alerts later first, equal times in file order; watched events in file order.
+    const auto alertHost = [](const AlertEvent& e) { return e.hostname; };
+    EXPECT_EQ(names(storage.loadAlertEvents("2026-11-15"), alertHost),
+              (std::vector<std::string>{"late-0", "first-0", "second-0"}));
+    EXPECT_EQ(storage.loadAllAlertEvents().back().hostname, "old-0");
+    const auto pattern = [](const WatchedProcessEvent& e) { return e.watched.pattern; };
+    EXPECT_EQ(names(storage.loadAllWatchedProcessEvents(), pattern),
+              (std::vector<std::string>{"w0", "w1", "w2"}));
+    EXPECT_EQ(storage.loadWatchedProcessEvents("2026-11-14").size(), 1u);
+}
+
+TEST_F(Reading, DaysAndTheFilesOfADay) {
+    for (const char* name :
+         {"metrics-2026-11-15-08.jsonl", "metrics-2026-11-15-07.jsonl", "metrics-2026-11-15.jsonl",
+          "metrics-2026-11-14.jsonl", "metrics-2026-11-150.jsonl", "notes.txt"}) {
+        dir.write(std::string("data/metrics/") + name, line(sample(name, 0)));
+    }
+    dir.write("data/pending.jsonl", "");
+    auto storage = make();
+    EXPECT_EQ(storage.availableDays(), (std::vector<std::string>{"2026-11-15", "2026-11-14"}));
+    auto files = *storage.metricsFiles();
+    files.push_back(dir / "data/pending.jsonl");
+    // The daily name sorts ahead of the hours of its day.
+    EXPECT_EQ(
+        hosts(MetricsStorage::loadFilesInParallel(
+            MetricsStorage::filterFilesForDay(files, "2026-11-15"))),
+        (std::vector<std::string>{"metrics-2026-11-15.jsonl-0", "metrics-2026-11-15-07.jsonl-0",
+                                  "metrics-2026-11-15-08.jsonl-0"}));
+}
+
+TEST_F(Reading, ParallelLoadKeepsFileOrderAndSkipsVanishedFiles) {
+    std::vector<std::filesystem::path> files;
+    std::vector<SystemMetrics> inTurn;
+    for (int f = 0; f < 12; ++f) {
+        std::string text;
+        for (int i = 0; i < 100 + f * 37; ++i)
+            text += line(sample("f" + std::to_string(f), i));
+        files.push_back(
+            dir.write(fmt::format("data/metrics/metrics-2026-11-{:02}.jsonl", f + 1), text));
+        const auto loaded = MetricsStorage::loadMetricsFromFile(files.back());
+        inTurn.insert(inTurn.end(), loaded->begin(), loaded->end());
+    }
+    EXPECT_TRUE(MetricsStorage::loadFilesInParallel(files) == inTurn);
+    // Listed, then gone before it is read: the others still load, in order.
+    std::filesystem::remove(files[3]);
+    const auto loaded = MetricsStorage::loadFilesInParallel(files);
+    EXPECT_EQ(loaded.size(), inTurn.size() - (100 + 3 * 37));
+    EXPECT_EQ(loaded[100 + (100 + 37) + (100 + 2 * 37)].hostname, "f4-0");
+    EXPECT_EQ(MetricsStorage::loadMetricsFromFile(files[3]), std::nullopt);
+}
+
+TEST_F(Reading, UnreadableFolderGivesEmptyAnswers) {
+    testing::LogRecorder log;
+    auto storage = make();
+    const StorageHealth empty{.storageDirectory = (dir / "data/metrics").string()};
+    EXPECT_EQ(storage.getHealth(), empty);
+    EXPECT_TRUE(storage.availableDays().empty());
+    std::filesystem::remove(dir / "data/metrics");
+    dir.write("data/metrics", "a file where the folder was");
+    EXPECT_EQ(storage.metricsFiles(), std::nullopt);
+    EXPECT_TRUE(storage.availableDays().empty());
+    EXPECT_TRUE(storage.loadAllAlertEvents().empty());
+    EXPECT_TRUE(storage.loadWatchedProcessEvents("2026-11-15").empty());
+    storage.invalidateAllCaches();
+    EXPECT_EQ(storage.getHealth(), empty);
+    storage.clearAll();
+    EXPECT_TRUE(log.entries().empty());
+    // That empty answer was not cached.
+    std::filesystem::remove(dir / "data/metrics");
+    dir.write("data/metrics/metrics-2026-11-15.jsonl", line(sample("a", 0)));
+    EXPECT_EQ(storage.getHealth().totalFilesCount, 1);
+}
+
+TEST_F(Reading, HealthFiguresAndTheirCache) {
+    auto storage = make();
+    dir.write("data/metrics/metrics-2026-11-13.jsonl", std::string(1099, ' '));
+    EXPECT_EQ(storage.getHealth().pendingRecords, 0);
+    clock.advance(30s);
+    dir.write("data/metrics/metrics-2026-11-13.jsonl", std::string(1100, ' '));
+    EXPECT_EQ(storage.getHealth().pendingRecords, 1);
+    clock.advance(30s);
+
+    // The first line of the first file is an event, with its own form of time; the last line
+    // of the last file is longer than the slice read from the end at first.
+    dir.write("data/metrics/metrics-2026-11-13.jsonl", watchedLine("w") + line(sample("a", 0)));
+    SystemMetrics last = sample("b", 1);
+    last.timestamp = "2026-11-15T23:59:58.000Z";
+    last.hostname += std::string(9000, 'x');
+    ASSERT_TRUE(storage.save(last));
+    const auto health = storage.getHealth();
+    EXPECT_EQ(health.totalFilesCount, 2);
+    EXPECT_EQ(health.oldestRecordTimestamp, "2026-11-15T10:00:00.000Z");
+    EXPECT_EQ(health.newestRecordTimestamp, "2026-11-15T23:59:58.000Z");
+    const auto modified = std::filesystem::last_write_time(today());
+    EXPECT_EQ(health.lastWriteTimestamp,
+              Formatters::iso8601(std::chrono::file_clock::to_sys(modified)));
+
+    // A save does not refresh the figures; thirty seconds do.
+    ASSERT_TRUE(storage.save(sample("b", 2)));
+    clock.advance(29s);
+    EXPECT_EQ(storage.getHealth(), health);
+    clock.advance(1s);
+    EXPECT_GT(storage.getHealth().pendingSizeMB, health.pendingSizeMB);
+}
+
+}  // namespace
+}  // namespace ostrel

@@ -1,0 +1,182 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <limits>
+
+#include "storage_test_support.h"
+#include "support/log_recorder.h"
+
+namespace ostrel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::linesOf;
+using testing::sample;
+
+// Descriptors of this process open on `file`.
+std::vector<int> handlesOn(const std::filesystem::path& file) {
+    std::vector<int> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path(), error) == file) {
+            found.push_back(std::stoi(entry.path().filename().string()));
+        }
+    }
+    return found;
+}
+
+class StorageWrite : public ::testing::Test, public testing::StoreFixture {
+  protected:
+    testing::LogRecorder log;
+};
+
+TEST_F(StorageWrite, ThreeKindsGoToOneFileAndTheQueueInOrder) {
+    auto storage = make(testing::withUpload());
+    ASSERT_TRUE(storage.save(sample("a", 1)));
+    ASSERT_TRUE(storage.saveAlertEvent(testing::alert("a", 2, clock.now())));
+    ASSERT_TRUE(storage.saveWatchedProcessEvent({.pattern = "sshd"}, "host-w"));
+    ASSERT_TRUE(storage.save(sample("a", 3)));
+
+    const auto lines = linesOf(today());
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(decodeJson<SystemMetrics>(lines[0])->hostname, "a-1");
+    EXPECT_EQ(decodeJson<AlertEvent>(lines[1])->hostname, "a-2");
+    EXPECT_EQ(decodeJson<WatchedProcessEvent>(lines[2]),
+              (WatchedProcessEvent{.timestamp = "2026-11-15T10:59:58.000Z",
+                                   .hostname = "host-w",
+                                   .watched = {.pattern = "sshd"}}));
+    EXPECT_EQ(decodeJson<SystemMetrics>(lines[3])->hostname, "a-3");
+    EXPECT_EQ(testing::readFile(upload("pending.jsonl")), testing::readFile(today()));
+
+    // Off: nothing written anywhere, and no error.
+    MonitorConfig off;
+    off.storageEnabled = false;
+    storage.updateConfig(off);
+    EXPECT_TRUE(storage.save(sample("a", 4)));
+    EXPECT_TRUE(storage.saveAlertEvent(testing::alert("a", 5, clock.now())));
+    EXPECT_EQ(linesOf(today()).size(), 4u);
+    EXPECT_EQ(linesOf(upload("pending.jsonl")).size(), 4u);
+
+    storage.logAudit("monitor_stop");  // no details: no trailing blank
+    EXPECT_EQ(log.entries().back().message, "[monitor_stop]");
+}
+
+TEST_F(StorageWrite, HandleFollowsRotationAndChangesFromOutside) {
+    MonitorConfig hourly;
+    hourly.rotationPolicy = "hourly";
+    auto storage = make(hourly);
+    ASSERT_TRUE(storage.save(sample("a", 1)));
+    const auto ten = metrics("metrics-2026-11-15-10.jsonl");
+    const auto eleven = metrics("metrics-2026-11-15-11.jsonl");
+    EXPECT_EQ(handlesOn(ten).size(), 1u);
+    clock.advance(3s);
+    ASSERT_TRUE(storage.save(sample("a", 2)));
+    EXPECT_EQ(linesOf(ten).size(), 1u);
+    EXPECT_EQ(linesOf(eleven).size(), 1u);
+    EXPECT_TRUE(handlesOn(ten).empty());
+
+    // Deleted from outside: the next line makes the file again.
+    std::filesystem::remove(eleven);
+    ASSERT_TRUE(storage.save(sample("a", 3)));
+    // Replaced from outside: the old handle must not swallow the line.
+    std::filesystem::copy_file(eleven, dir / "copy");
+    std::filesystem::rename(dir / "copy", eleven);
+    ASSERT_TRUE(storage.save(sample("a", 4)));
+    // A handle that fails on write (its descriptor now read-only) costs one retry, no line.
+    const auto kept = handlesOn(eleven);
+    ASSERT_EQ(kept.size(), 1u);
+    const int readOnly = ::open(eleven.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(::dup2(readOnly, kept[0]), 0);
+    ::close(readOnly);
+    ASSERT_TRUE(storage.save(sample("a", 5)));
+    // After close, and in a new store, the same file goes on.
+    storage.close();
+    ASSERT_TRUE(storage.save(sample("a", 6)));
+    ASSERT_TRUE(make(hourly).save(sample("a", 7)));
+    std::vector<std::string> hosts;
+    for (const auto& text : linesOf(eleven))
+        hosts.push_back(decodeJson<SystemMetrics>(text)->hostname);
+    EXPECT_EQ(hosts, (std::vector<std::string>{"a-3", "a-4", "a-5", "a-6", "a-7"}));
+}
+
+// Samples skipped while storage is off, failed samples and events do not count.
+TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
+    MonitorConfig config;
+    config.maxStorageMB = 0;  // every check then announces itself
+    auto storage = make(config);
+    const auto checks = [&] { return log.matching("exceeds max 0MB, pruning").size(); };
+    for (int i = 0; i < 5; ++i)
+        ASSERT_TRUE(storage.save(sample("a", i)));
+    config.storageEnabled = false;
+    storage.updateConfig(config);
+    for (int i = 0; i < 10; ++i)
+        ASSERT_TRUE(storage.save(sample("off", i)));
+    config.storageEnabled = true;
+    storage.updateConfig(config);
+    SystemMetrics broken = sample("nan", 0);
+    broken.cpu->loadPercent = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(storage.save(broken).error().kind, StorageError::Kind::encodingFailed);
+    for (int i = 0; i < 10; ++i)
+        ASSERT_TRUE(storage.saveAlertEvent(testing::alert("e", i, clock.now())));
+    for (int i = 5; i < 9; ++i)
+        ASSERT_TRUE(storage.save(sample("a", i)));
+    EXPECT_EQ(checks(), 0u);
+    ASSERT_TRUE(storage.save(sample("a", 9)));
+    EXPECT_EQ(checks(), 1u);
+    for (int i = 10; i < 20; ++i)
+        ASSERT_TRUE(storage.save(sample("a", i)));
+    EXPECT_EQ(checks(), 2u);
+}
+
+TEST_F(StorageWrite, FolderThatCannotBeMadeFailsEachSaveWithTheReason) {
+    dir.write("blocked", "a file where the store's folder should be");
+    MetricsStorage storage(MonitorConfig{}, dir / "blocked", clock, dir / "logs");
+    const auto saved = storage.save(sample("a", 1));
+    ASSERT_FALSE(saved);
+    EXPECT_EQ(saved.error().description(),
+              "Not a directory: " + (dir / "blocked/metrics").string());
+    EXPECT_FALSE(storage.saveWatchedProcessEvent({.pattern = "x"}, "h"));
+}
+
+TEST_F(StorageWrite, SwapHandsOverLeftoversFirstAndNeverOverwrites) {
+    auto storage = make(testing::withUpload());
+    dir.write("data/upload/uploading-20.jsonl", "{}\n");
+    dir.write("data/upload/uploading-100.jsonl", "{}\n{}");  // last line without a feed
+    dir.write("data/upload/notes.jsonl", "{}\n");
+    dir.write("data/upload/pending.jsonl", "");
+    const std::vector<std::filesystem::path> leftovers{upload("uploading-100.jsonl"),
+                                                       upload("uploading-20.jsonl")};
+    EXPECT_EQ(storage.swapPendingFileForUpload(), leftovers);  // an empty pending file stays
+    EXPECT_EQ(storage.pendingUploadCount(), 2);
+
+    ASSERT_TRUE(storage.save(sample("a", 1)));
+    const auto first = storage.swapPendingFileForUpload();
+    const auto swapped =
+        upload("uploading-" + std::to_string(std::chrono::system_clock::to_time_t(clock.now())) +
+               ".jsonl");
+    ASSERT_EQ(first.size(), 3u);
+    EXPECT_EQ(first.back(), swapped);
+    // Same second, new line: the name is taken, so the pending file waits.
+    ASSERT_TRUE(storage.save(sample("a", 2)));
+    // The earlier file is now a leftover among the others, in name order.
+    auto leftoversNow = first;
+    std::sort(leftoversNow.begin(), leftoversNow.end());
+    EXPECT_EQ(storage.swapPendingFileForUpload(), leftoversNow);
+    EXPECT_EQ(log.matching("Failed to swap pending file: ").size(), 1u);
+    EXPECT_EQ(linesOf(swapped).size(), 1u);
+    EXPECT_EQ(storage.pendingUploadCount(), 4);
+    clock.advance(1s);
+    EXPECT_EQ(storage.swapPendingFileForUpload().size(), 4u);
+
+    storage.deleteUploadQueueFile(swapped);
+    storage.deleteUploadQueueFile(swapped);  // gone already: logged all the same
+    EXPECT_EQ(log.matching("Deleted upload queue file: " + swapped.filename().string()).size(), 2u);
+    storage.clearUploadQueue();
+    storage.clearUploadQueue();
+    EXPECT_EQ(log.matching("[clear_upload_queue]"),
+              std::vector<std::string>{"[clear_upload_queue] files_deleted=4"});
+}
+
+}  // namespace
+}  // namespace ostrel
