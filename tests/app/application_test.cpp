@@ -87,12 +87,12 @@ class ApplicationTest : public ::testing::Test {
     }
     void writeManagedSettings(const std::string& json) const { home_.write("managed.json", json); }
 
-    ProcessOutput ostrel(const std::vector<std::string>& arguments) const {
-        return runProcess(executable_, arguments).value();
-    }
-
     void launchApplication() const {
         ASSERT_TRUE(makeAppLauncher(executable_)->launchApplication());
+    }
+
+    ProcessOutput ostrel(const std::vector<std::string>& arguments) const {
+        return runProcess(executable_, arguments).value();
     }
 
     // The pid of a listening instance other than `previous`, once there is one.

@@ -8,7 +8,7 @@
 namespace ostrel {
 namespace {
 
-TEST(LoginItem, RegistrationIsReadBackFromTheAutostartFolder) {
+TEST(LoginItem, RegistrationIsReadBackFromTheAutostartFolderAndRefusalKeepsItOff) {
     testing::TempDir home;
     testing::LogRecorder log;
     const auto folder = home / "autostart";
@@ -27,20 +27,13 @@ TEST(LoginItem, RegistrationIsReadBackFromTheAutostartFolder) {
     EXPECT_FALSE(std::filesystem::exists(folder / "ostrel.desktop"));
     EXPECT_EQ(log.matching("Registered as login item").size(), 1u);
     EXPECT_EQ(log.matching("Unregistered from login items").size(), 1u);
-}
 
-TEST(LoginItem, RefusedRegistrationLeavesTheToggleOffAndLogs) {
-    testing::TempDir home;
-    testing::LogRecorder log;
-    // A file where the folder should be: the desktop's list cannot take the entry.
-    const auto blocked = home.write("autostart", "not a folder");
-    LoginItemManager manager(makeLoginService(blocked, "/usr/bin/ostrel"));
-    manager.setEnabled(true);
-    EXPECT_FALSE(manager.isEnabled.get());
-    const auto entries = log.entries();
-    ASSERT_FALSE(entries.empty());
-    EXPECT_EQ(entries.back().level, Logger::Level::error);
-    EXPECT_TRUE(entries.back().message.starts_with("Failed to register login item: "));
+    // A file where the folder should be: the registration is refused and the toggle stays off.
+    LoginItemManager refused(makeLoginService(home.write("blocked", "x"), "/usr/bin/ostrel"));
+    refused.setEnabled(true);
+    EXPECT_FALSE(refused.isEnabled.get());
+    EXPECT_EQ(log.entries().back().level, Logger::Level::error);
+    EXPECT_TRUE(log.entries().back().message.starts_with("Failed to register login item: "));
 }
 
 TEST(LoginItem, EntriesThatASessionWouldSkipReadAsOff) {
