@@ -51,7 +51,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::startApp() {
     alertManager_.requestPermission();
-    const MonitorConfig& config = configManager_.config.get();
+    // A copy: clearing the session settings below changes the manager's record.
+    const MonitorConfig config = configManager_.config.get();
     if (config.headlessMode) {
         Logger::info("Running in headless mode (no menu bar icon)", general);
     } else {
