@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "collectors/process_collector.h"
+#include "extra_processes.h"
 #include "platform/dispatcher.h"
 #include "platform/linux/processes.h"
 
@@ -28,31 +29,6 @@ extern char** environ;
 namespace {
 
 using namespace ostrel;
-
-// Sleeping children that make the machine look busier than it is.
-class ExtraProcesses {
-  public:
-    explicit ExtraProcesses(int count) {
-        for (int i = 0; i < count; ++i) {
-            const pid_t pid = fork();
-            if (pid == 0) {
-                prctl(PR_SET_PDEATHSIG, SIGKILL);
-                pause();
-                _exit(0);
-            }
-            if (pid > 0) children_.push_back(pid);
-        }
-    }
-    ~ExtraProcesses() {
-        for (const pid_t pid : children_)
-            kill(pid, SIGKILL);
-        for (const pid_t pid : children_)
-            waitpid(pid, nullptr, 0);
-    }
-
-  private:
-    std::vector<pid_t> children_;
-};
 
 size_t processCount() {
     LinuxProcessSource source({}, nullptr);

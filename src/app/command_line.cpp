@@ -13,11 +13,13 @@
 namespace ostrel {
 namespace {
 
-// Instances of this user that run under the program's name; an instance of another user could
-// not be reached anyway.
+// Instances of this user that run under this program's name; an instance of another user
+// could not be reached anyway. The name is the one this process runs under, so a copy of the
+// program installed under another name (a test's, a second version beside the first) keeps to
+// its own instances.
 std::optional<std::string> searchOwnProcesses() {
     const auto result =
-        runProcess("/usr/bin/pgrep", {"-x", "-u", std::to_string(geteuid()), "ostrel"});
+        runProcess("/usr/bin/pgrep", {"-x", "-u", std::to_string(geteuid()), ownProcessName()});
     if (!result || result->exitStatus != 0) return std::nullopt;
     return result->standardOutput;
 }

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "app/application.h"
 #include "app/cli_arguments.h"
 #include "app/cli_dispatch.h"
 #include "app/command_line.h"
@@ -20,8 +21,7 @@ int main(int argc, char** argv) {
         case CLIDispatch::testHost:
             return 0;
         case CLIDispatch::runApplication:
-            // The application proper (lifecycle, monitor, tray) takes over here.
-            return 0;
+            return runApplicationEntry(argc, argv);
         default:
             return runCommandLine(*arguments, dispatch, *openStandardPreferences(), std::cout);
     }

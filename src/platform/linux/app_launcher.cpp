@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 
 #include "platform/linux/unique_fd.h"
 
@@ -95,6 +96,12 @@ std::optional<std::filesystem::path> ownExecutable() {
     auto path = std::filesystem::read_symlink("/proc/self/exe", error);
     if (error) return std::nullopt;
     return path;
+}
+
+std::string ownProcessName() {
+    std::string name;
+    std::getline(std::ifstream("/proc/self/comm"), name);
+    return name;
 }
 
 }  // namespace ostrel

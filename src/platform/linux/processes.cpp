@@ -152,9 +152,13 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates
     if (!proc) return tl::unexpected(proc.error());
     const Duration now = clock_.monotonic();
     std::unordered_map<int32_t, Figure> previous;
+    double budget;
     {
         std::lock_guard guard(figuresLock_);
         previous = figures_;
+        const double elapsed =
+            budgetAt_ ? std::chrono::duration<double>(now - *budgetAt_).count() : 0;
+        budget = std::min(kMaxBudgetPages, budgetPages_ + elapsed * kPagesPerSecond);
     }
 
     std::unordered_map<int32_t, Figure> figures;
@@ -166,14 +170,20 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates
         const auto stat = statText ? procfs::parseProcStat(*statText) : std::nullopt;
         if (!stat) continue;  // gone
         const auto known = previous.find(pid);
-        if (known != previous.end() && known->second.startTicks == stat->startTime &&
-            now - known->second.readAt < kMaxAge &&
-            std::abs(static_cast<double>(stat->rssPages) -
-                     static_cast<double>(known->second.residentPages)) <=
-                kResidentChange * static_cast<double>(known->second.residentPages)) {
-            figures.emplace(pid, known->second);
+        const bool sameProcess =
+            known != previous.end() && known->second.startTicks == stat->startTime;
+        const bool current = sameProcess && now - known->second.readAt < kMaxAge &&
+                             std::abs(static_cast<double>(stat->rssPages) -
+                                      static_cast<double>(known->second.residentPages)) <=
+                                 kResidentChange * static_cast<double>(known->second.residentPages);
+        const auto cost = static_cast<double>(stat->rssPages);
+        // A process larger than the whole budget is read when the budget is full, and the
+        // debt is paid off before the next read.
+        if (current || (cost > budget && budget < kMaxBudgetPages)) {
+            if (sameProcess) figures.emplace(pid, known->second);
             continue;
         }
+        budget -= cost;
         const auto text =
             procfs::readFileAt(proc->get(), procfs::PidPath(pid, "smaps_rollup").c_str(), buffer);
         const auto kib = text ? procfs::parsePssKiB(*text) : std::nullopt;
@@ -190,6 +200,8 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates
     {
         std::lock_guard guard(figuresLock_);
         figures_ = std::move(figures);
+        budgetPages_ = budget;
+        budgetAt_ = now;
     }
     // Not one figure: the kernel lacks the file, or none of these processes is ours to read.
     if (memory.empty() && firstFailure) return tl::unexpected(*firstFailure);

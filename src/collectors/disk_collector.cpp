@@ -1,0 +1,114 @@
+#include "collectors/disk_collector.h"
+
+#include <cmath>
+
+#include "collectors/rate.h"
+#include "logging/logger.h"
+#include "records/formatters.h"
+
+namespace ostrel {
+namespace {
+
+constexpr auto category = Logger::Category::collection;
+
+// Without a transfer counter in the source, one transfer is taken to be 4096 bytes.
+constexpr double bytesPerTransfer = 4096;
+
+std::optional<double> gigabytes(const std::optional<uint64_t>& bytes) {
+    if (!bytes) return std::nullopt;
+    return roundedTo(static_cast<double>(*bytes) / 1e9, 1);
+}
+
+std::optional<double> roundedRate(double delta, double divisor, double elapsed) {
+    const auto rate = ratePerSecond(delta / divisor, elapsed);
+    if (!rate) return std::nullopt;
+    return roundedTo(*rate, 1);
+}
+
+}  // namespace
+
+DiskCollector::DiskCollector(DiskSource& source, const Clock& clock)
+    : source_(source), clock_(clock) {
+    seed();
+}
+
+void DiskCollector::seed() {
+    const auto counters = readDiskIOStats();
+    if (!counters) {
+        Logger::debug("Failed to seed disk I/O stats", category);
+        return;
+    }
+    const Duration now = clock_.monotonic();
+    std::lock_guard lock(sampleLock_);
+    lastIOSample_ = Reading{*counters, now};
+}
+
+std::optional<DiskIOCounters> DiskCollector::readDiskIOStats() {
+    {
+        std::lock_guard lock(cacheLock_);
+        if (cachedIOStats_ &&
+            elapsedSeconds(cachedIOStats_->timestamp, clock_.monotonic()) < cacheValidity) {
+            return cachedIOStats_->counters;
+        }
+    }
+    const auto counters = source_.ioCounters();
+    if (!counters) return std::nullopt;
+    const Duration now = clock_.monotonic();
+    std::lock_guard lock(cacheLock_);
+    cachedIOStats_ = Reading{*counters, now};
+    return counters;
+}
+
+void DiskCollector::collectDiskSpace(DiskMetrics& metrics) {
+    const DiskCapacity capacity = source_.capacity();
+    metrics.totalGB = gigabytes(capacity.totalBytes);
+    metrics.freeGB = gigabytes(capacity.availableBytes);
+    if (!metrics.totalGB || !metrics.freeGB) return;
+    const double used = *metrics.totalGB - *metrics.freeGB;
+    metrics.usedGB = roundedTo(used, 1);
+    metrics.percentUsed =
+        *metrics.totalGB > 0 ? static_cast<int64_t>(std::round(used / *metrics.totalGB * 100)) : 0;
+}
+
+void DiskCollector::collectDiskIO(DiskMetrics& metrics, bool updateBaseline) {
+    const auto counters = readDiskIOStats();
+    if (!counters) return;
+    const Duration now = clock_.monotonic();
+
+    enum class Outcome { rates, none, readWrapped, writeWrapped } outcome = Outcome::none;
+    double elapsed = 0;
+    DiskIOCounters delta;
+    {
+        std::lock_guard lock(sampleLock_);
+        if (lastIOSample_) {
+            elapsed = elapsedSeconds(lastIOSample_->timestamp, now);
+            const DiskIOCounters& base = lastIOSample_->counters;
+            if (!(elapsed > 0)) {
+                outcome = Outcome::none;
+            } else if (base.bytesRead > counters->bytesRead) {
+                outcome = Outcome::readWrapped;
+            } else if (base.bytesWritten > counters->bytesWritten) {
+                outcome = Outcome::writeWrapped;
+            } else {
+                delta = {counters->bytesRead - base.bytesRead,
+                         counters->bytesWritten - base.bytesWritten};
+                outcome = Outcome::rates;
+            }
+        }
+        if (updateBaseline) lastIOSample_ = Reading{*counters, now};
+    }
+
+    if (outcome == Outcome::readWrapped) {
+        Logger::debug("Disk read counter wrapped, skipping sample", category);
+    } else if (outcome == Outcome::writeWrapped) {
+        Logger::debug("Disk write counter wrapped, skipping sample", category);
+    }
+    if (outcome != Outcome::rates) return;
+    const auto read = static_cast<double>(delta.bytesRead);
+    const auto written = static_cast<double>(delta.bytesWritten);
+    metrics.readKBPerSec = roundedRate(read, 1024, elapsed);
+    metrics.writeKBPerSec = roundedRate(written, 1024, elapsed);
+    metrics.transfersPerSec = roundedRate(read + written, bytesPerTransfer, elapsed);
+}
+
+}  // namespace ostrel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace ostrel {
+
+// Capacity of the boot volume; a figure the platform does not give stays absent.
+struct DiskCapacity {
+    std::optional<uint64_t> totalBytes;
+    std::optional<uint64_t> availableBytes;
+};
+
+// Bytes transferred since boot, over all physical disks.
+struct DiskIOCounters {
+    uint64_t bytesRead = 0;
+    uint64_t bytesWritten = 0;
+
+    bool operator==(const DiskIOCounters&) const = default;
+};
+
+class DiskSource {
+  public:
+    virtual ~DiskSource() = default;
+    virtual DiskCapacity capacity() = 0;
+    // None when no disk gave statistics.
+    virtual std::optional<DiskIOCounters> ioCounters() = 0;
+};
+
+}  // namespace ostrel

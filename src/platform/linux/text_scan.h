@@ -1,0 +1,74 @@
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+// Small pieces for parsing kernel text without allocating: lines, white-space separated
+// fields, and numbers that must be whole and in range.
+namespace ostrel::text_scan {
+
+inline bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+inline std::string_view trim(std::string_view text) {
+    while (!text.empty() && isSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+// Takes the next line off `text`, without its newline. False when nothing is left.
+inline bool nextLine(std::string_view& text, std::string_view& line) {
+    if (text.empty()) return false;
+    const size_t end = text.find('\n');
+    if (end == std::string_view::npos) {
+        line = text;
+        text = {};
+    } else {
+        line = text.substr(0, end);
+        text.remove_prefix(end + 1);
+    }
+    return true;
+}
+
+// Takes the next field off `text`, skipping spaces and tabs. False when nothing is left.
+inline bool nextField(std::string_view& text, std::string_view& field) {
+    size_t start = 0;
+    while (start < text.size() && isSpace(text[start]))
+        ++start;
+    if (start == text.size()) {
+        text = {};
+        return false;
+    }
+    size_t end = start;
+    while (end < text.size() && !isSpace(text[end]))
+        ++end;
+    field = text.substr(start, end - start);
+    text.remove_prefix(end);
+    return true;
+}
+
+// The whole field as a number of the type, or none: no sign, no trailing text, no overflow.
+template <class Number>
+std::optional<Number> parseNumber(std::string_view field, int base = 10) {
+    Number value{};
+    const char* end = field.data() + field.size();
+    const auto [stop, error] = std::from_chars(field.data(), end, value, base);
+    if (field.empty() || error != std::errc() || stop != end) return std::nullopt;
+    return value;
+}
+
+template <>
+inline std::optional<double> parseNumber<double>(std::string_view field, int) {
+    double value = 0;
+    const char* end = field.data() + field.size();
+    const auto [stop, error] = std::from_chars(field.data(), end, value);
+    if (field.empty() || error != std::errc() || stop != end) return std::nullopt;
+    return value;
+}
+
+}  // namespace ostrel::text_scan

@@ -1,0 +1,166 @@
+#include "app/app_delegate.h"
+
+#include <gtest/gtest.h>
+
+#include "app/command_protocol.h"
+#include "app/status_menu.h"
+#include "monitor/monitor_fixture.h"
+
+namespace ostrel {
+namespace {
+
+using Words = std::vector<std::string>;
+
+// Records what the delegate asks of its tray.
+struct RecordingInterface : UserInterface {
+    explicit RecordingInterface(Words& calls) : calls_(calls) {}
+    void stopEventMonitor() override { calls_.push_back("stopEventMonitor"); }
+    void openDashboard() override { calls_.push_back("dashboard"); }
+    Words& calls_;
+};
+
+class AppDelegateTest : public ::testing::Test {
+  protected:
+    ~AppDelegateTest() override {
+        delegate.reset();
+        dispatcher.runUntilIdle();
+    }
+
+    // Launches a delegate over fake sources on virtual time, with `settings` in the store.
+    void launch(const PreferenceDictionary& settings, UserInterfaceFactory userInterface = {}) {
+        delegate.reset();
+        dispatcher.runUntilIdle();
+        log.clear();
+        for (const auto& [key, value] : settings)
+            preferences->set(key, value);
+        delegate = std::make_unique<AppDelegate>(AppDelegate::Services{
+            .dispatcher = &dispatcher,
+            .preferences = preferences,
+            .notifier = std::make_unique<testing::FakeNotifier>(),
+            .channel = makeCommandChannel(dir / "channel"),
+            .monitorDependencies = [this](AlertManager& alerts) { return dependencies(alerts); },
+            .makeUserInterface = std::move(userInterface),
+            .endMainLoop = [this] { calls.push_back("endMainLoop"); },
+        });
+        delegate->applicationDidFinishLaunching();
+        dispatcher.runUntilIdle();
+    }
+
+    MonitorDependencies dependencies(AlertManager& alerts) {
+        return {
+            .dispatcher = &dispatcher,
+            .alertManager = &alerts,
+            .preferences = preferences,
+            .collector = std::make_shared<MetricsAggregator>(
+                CollectionSources{
+                    .cpu = std::make_unique<testing::FakeCpuSource>(),
+                    .memory = std::make_unique<testing::FakeMemorySource>(),
+                    .disk = std::make_unique<testing::FakeDiskSource>(),
+                    .network = std::make_unique<testing::FakeNetworkSource>(),
+                    .power = std::make_unique<testing::FakePowerSource>(),
+                    .gpu = std::make_unique<testing::FakeGpuSource>(),
+                    .system = std::make_unique<testing::FakeSystemInfoSource>(),
+                },
+                ProcessSources{.processes = std::make_shared<testing::FakeProcessList>()},
+                dispatcher),
+            .storage = std::make_shared<MetricsStorage>(MonitorConfig{}, dir / "data",
+                                                        dispatcher.clock(), dir / "logs"),
+            .observeWake = [](Dispatcher&, Task) { return std::make_unique<WakeObservation>(); },
+            .makePathMonitor =
+                [this] { return std::make_unique<testing::FakePaths::Monitor>(paths); },
+            .powerSources = std::make_shared<testing::FakePowerSource>(),
+        };
+    }
+
+    bool running() const { return delegate->monitor().isRunning.get(); }
+
+    testing::VirtualDispatcher dispatcher;
+    testing::LogRecorder log;
+    testing::TempDir dir;
+    testing::FakePaths paths;
+    std::shared_ptr<testing::MemoryPreferencesStore> preferences =
+        std::make_shared<testing::MemoryPreferencesStore>();
+    Words calls;
+    std::unique_ptr<AppDelegate> delegate;
+};
+
+TEST_F(AppDelegateTest, AutoStartNeedsADestinationAndHeadlessModeImpliesIt) {
+    launch({});
+    EXPECT_FALSE(running());
+
+    launch({{"autoStart", true}, {"captureDurationMinutes", 30}});
+    EXPECT_TRUE(running());
+    // The session's duration went to the capture and is forgotten for the next one.
+    EXPECT_FALSE(preferences->hasObject("captureDurationMinutes"));
+    EXPECT_TRUE(delegate->monitor().captureEndTime.get().has_value());
+
+    launch({{"autoStart", false}, {"headlessMode", true}});
+    EXPECT_TRUE(running());
+    EXPECT_EQ(log.matching("Running in headless mode (no menu bar icon)").size(), 1u);
+
+    // Nowhere to put samples: neither auto-start nor a pending start runs, and both say so.
+    preferences->set(CommandProtocol::pendingCommandKey, "start");
+    launch({{"storageEnabled", false}, {"uploadEnabled", true}, {"hecEndpoint", "https://h"}});
+    EXPECT_FALSE(running());
+    EXPECT_EQ(log.matching("Auto-start skipped: No valid destination configured").size(), 1u);
+    EXPECT_EQ(log.matching("Start command ignored: No valid destination configured").size(), 1u);
+
+    launch({{"hecToken", "t"}});
+    EXPECT_TRUE(running());
+}
+
+TEST_F(AppDelegateTest, RunsOnWithoutATrayAndShutsDownInOrder) {
+    launch({}, [](AppDelegate&) {
+        return tl::expected<std::unique_ptr<UserInterface>, std::string>(tl::unexpect,
+                                                                         "no display available");
+    });
+    EXPECT_EQ(log.matching("No menu bar icon (no display available); running without a user "
+                           "interface")
+                  .size(),
+              1u);
+    delegate->openDashboard();
+    EXPECT_EQ(log.matching("Dashboard not shown: running without a user interface").size(), 1u);
+
+    launch({{"autoStart", true}},
+           [this](AppDelegate&) -> tl::expected<std::unique_ptr<UserInterface>, std::string> {
+               return std::make_unique<RecordingInterface>(calls);
+           });
+    const auto channel = makeCommandChannel(dir / "channel");
+    EXPECT_TRUE(channel->instanceRunning());
+    delegate->openDashboard();
+    delegate->quitApp();
+    delegate->terminate();
+    log.clear();
+    delegate->applicationWillTerminate();
+
+    EXPECT_EQ(calls, (Words{"dashboard", "endMainLoop", "stopEventMonitor"}));
+    EXPECT_FALSE(running());
+    EXPECT_FALSE(channel->instanceRunning());
+    Words messages;
+    for (const auto& entry : log.entries())
+        messages.push_back(entry.message);
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.front(), "[monitor_stop] stopped_by_limit=false");
+    EXPECT_EQ(messages.back(), "Application shutdown complete");
+}
+
+TEST(StatusMenu, StartIsOfferedOnlyWithADestination) {
+    const auto titles = [](const std::vector<StatusMenuItem>& items) {
+        Words words;
+        for (const auto& item : items)
+            words.push_back(item.title.empty() ? "-" : item.title);
+        return words;
+    };
+    const auto stopped = statusMenuItems(false, false);
+    EXPECT_EQ(titles(stopped), (Words{"Start Monitoring", "-", "Open Dashboard", "Settings…", "-",
+                                      "Show Metrics in Finder", "-", "Quit Ostrel"}));
+    EXPECT_FALSE(stopped[0].enabled);
+    EXPECT_TRUE(statusMenuItems(false, true)[0].enabled);
+    // A running monitor can always be stopped, whatever its destination became.
+    const auto running = statusMenuItems(true, false);
+    EXPECT_EQ(running[0].title, "Stop Monitoring");
+    EXPECT_TRUE(running[0].enabled);
+}
+
+}  // namespace
+}  // namespace ostrel

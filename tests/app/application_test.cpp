@@ -1,0 +1,232 @@
+// The built executable as an administrator meets it: a client process and a running
+// application process, talking over the real channel under a home of the test's own.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include "platform/app_launcher.h"
+#include "platform/subprocess.h"
+#include "support/temp_dir.h"
+
+namespace ostrel {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// Long enough for a loaded machine; every wait polls and ends as soon as it can.
+constexpr auto kPatience = 30s;
+
+bool eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(100ms);
+    }
+    return true;
+}
+
+// Running and not yet reaped counts as gone: launched applications are nobody's child here.
+bool alive(pid_t pid) {
+    const std::string stat = testing::readFile(fs::path("/proc") / std::to_string(pid) / "stat");
+    const auto state = stat.rfind(") ");
+    return state != std::string::npos && stat[state + 2] != 'Z';
+}
+
+bool contains(const std::string& text, const std::string& fragment) {
+    return text.find(fragment) != std::string::npos;
+}
+
+// Each test's applications live under a private home and run from a copy of the executable
+// with a name of the test's own, so that neither a real instance of the user nor another
+// test's is ever taken for this test's, and cleanup finds exactly what the test started.
+class ApplicationTest : public ::testing::Test {
+  protected:
+    ApplicationTest() {
+        // Canonical, as the process list shows it.
+        executable_ = fs::canonical(home_.path()) / ("ostrel-t" + std::to_string(getpid()));
+        fs::copy_file(OSTREL_EXECUTABLE, executable_);
+        for (const char* folder : {"config", "data", "state", "run"}) {
+            fs::create_directories(home_ / folder);
+            fs::permissions(home_ / folder, fs::perms::owner_all);
+        }
+        setVariable("HOME", home_.path());
+        setVariable("XDG_CONFIG_HOME", home_ / "config");
+        setVariable("XDG_DATA_HOME", home_ / "data");
+        setVariable("XDG_STATE_HOME", home_ / "state");
+        setVariable("XDG_RUNTIME_DIR", home_ / "run");
+        setVariable("OSTREL_MANAGED_PREFERENCES", managedFile());
+        // A tray test would need a desktop; the application must run on without one.
+        setVariable("QT_QPA_PLATFORM", "offscreen");
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS"})
+            setVariable(name, std::nullopt);
+    }
+
+    ~ApplicationTest() override {
+        endApplications();
+        for (const auto& [name, value] : saved_) {
+            if (value) {
+                setenv(name.c_str(), value->c_str(), 1);
+            } else {
+                unsetenv(name.c_str());
+            }
+        }
+    }
+
+    fs::path settingsFile() const { return home_ / "config/ostrel/com.ostrel.agent.json"; }
+    fs::path managedFile() const { return home_ / "managed.json"; }
+    std::string log() const { return testing::readFile(home_ / "state/ostrel/ostrel.log"); }
+
+    void writeSettings(const std::string& json) const {
+        home_.write("config/ostrel/com.ostrel.agent.json", json);
+    }
+    void writeManagedSettings(const std::string& json) const { home_.write("managed.json", json); }
+
+    void launchApplication() const {
+        ASSERT_TRUE(makeAppLauncher(executable_)->launchApplication());
+    }
+
+    ProcessOutput ostrel(const std::vector<std::string>& arguments) const {
+        return runProcess(executable_, arguments).value();
+    }
+
+    // The pid of a listening instance other than `previous`, once there is one.
+    std::optional<pid_t> awaitInstance(pid_t previous = 0) const {
+        std::optional<pid_t> found;
+        eventually([&] {
+            std::error_code ignored;
+            for (const auto& entry : fs::directory_iterator(home_ / "run/ostrel", ignored)) {
+                if (entry.path().extension() != ".sock") continue;
+                const pid_t pid = std::stoi(entry.path().stem().string());
+                if (pid != previous && alive(pid)) found = pid;
+            }
+            return found.has_value();
+        });
+        return found;
+    }
+
+    // The status report once it contains every fragment, or the last one seen.
+    std::string awaitStatus(const std::vector<std::string>& fragments) const {
+        std::string status;
+        eventually([&] {
+            status = ostrel({"--status"}).standardOutput;
+            for (const auto& fragment : fragments)
+                if (!contains(status, fragment)) return false;
+            return true;
+        });
+        return status;
+    }
+
+  private:
+    void setVariable(const std::string& name, const std::optional<std::string>& value) {
+        if (!saved_.count(name)) {
+            const char* old = std::getenv(name.c_str());
+            saved_[name] = old ? std::optional<std::string>(old) : std::nullopt;
+        }
+        if (value) {
+            setenv(name.c_str(), value->c_str(), 1);
+        } else {
+            unsetenv(name.c_str());
+        }
+    }
+
+    // Every process running this test's copy: asked to end, then made to.
+    void endApplications() const {
+        std::vector<pid_t> started;
+        for (const auto& entry : fs::directory_iterator("/proc")) {
+            std::error_code error;
+            const fs::path exe = fs::read_symlink(entry.path() / "exe", error);
+            if (!error && exe == executable_) started.push_back(std::stoi(entry.path().filename()));
+        }
+        for (const pid_t pid : started)
+            kill(pid, SIGTERM);
+        for (const pid_t pid : started) {
+            if (!eventually([&] { return !alive(pid); })) kill(pid, SIGKILL);
+        }
+    }
+
+    testing::TempDir home_;
+    fs::path executable_;
+    std::map<std::string, std::optional<std::string>> saved_;
+};
+
+TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand) {
+    writeManagedSettings(R"({"intervalSeconds":1})");
+    writeSettings(R"({"logLevel":1,"pinnedProcesses":["Safari"]})");
+
+    const auto start = ostrel({"--start", "--interval", "3"});
+    EXPECT_EQ(start.exitStatus, 0);
+    EXPECT_EQ(start.standardOutput,
+              "Warning: intervalSeconds is managed by MDM and cannot be changed via CLI\n"
+              "App launched - monitoring will start shortly\n");
+    const auto pid = awaitInstance();
+    ASSERT_TRUE(pid);
+    // The launched instance found the pending start; the managed interval wins.
+    const std::string status = awaitStatus({"Running: Yes", "Last collected: "});
+    EXPECT_TRUE(
+        status.starts_with("Ostrel Status\n==================\nRunning: Yes\n"
+                           "Logging: Active\nStarted: "))
+        << status;
+    EXPECT_TRUE(contains(status,
+                         "Collection interval: 1s\nDuration limit: Unlimited\n"
+                         "UI Mode: Full\nRecords collected: "))
+        << status;
+    const auto again = ostrel({"--start", "--duration", "30"});
+    EXPECT_TRUE(again.standardOutput.starts_with(
+        "Duration limit set to 30 minutes\nCollection already running\n  Started: "))
+        << again.standardOutput;
+    EXPECT_TRUE(
+        contains(again.standardOutput, "\n  Interval: 1s\n  Duration: 30m\n  Records collected: "));
+    EXPECT_TRUE(again.standardOutput.ends_with("Settings updated: interval: 1s, duration: 30m\n"));
+    EXPECT_TRUE(contains(awaitStatus({"Scheduled Stop: "}), "Duration limit: 30 minutes\n"));
+
+    EXPECT_EQ(ostrel({"--clear-pins"}).standardOutput, "Pinned processes cleared\n");
+    EXPECT_FALSE(contains(testing::readFile(settingsFile()), "Safari"));
+
+    EXPECT_EQ(ostrel({"--stop"}).standardOutput,
+              "Stop command sent — collection stopped (app stays running)\n");
+    EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "Logging: Stopped\n"));
+    EXPECT_TRUE(alive(*pid));
+
+    EXPECT_EQ(ostrel({"--quit"}).standardOutput, "Quit command sent\n");
+    EXPECT_TRUE(eventually([&] { return !alive(*pid); }));
+    // The log is written out at termination, so the whole story is there now.
+    const std::string story = log();
+    EXPECT_TRUE(contains(story, "Found pending command: start")) << story;
+    EXPECT_TRUE(contains(story, "Executing clear-pins command")) << story;
+    EXPECT_TRUE(story.ends_with("[INFO] [general] Application shutdown complete\n")) << story;
+}
+
+TEST_F(ApplicationTest, HeadlessSwitchRestartsTheApplicationAndSigtermEndsIt) {
+    writeSettings(R"({"logLevel":1})");
+    launchApplication();
+    const auto first = awaitInstance();
+    ASSERT_TRUE(first);
+    // Neither auto-start nor a command: the application waits, stopped.
+    EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "UI Mode: Full\n"));
+
+    EXPECT_EQ(ostrel({"--headless"}).standardOutput,
+              "Headless mode enabled\nApp restarted with headless mode enabled\n");
+    EXPECT_TRUE(eventually([&] { return !alive(*first); }));
+    const auto second = awaitInstance(*first);
+    ASSERT_TRUE(second);
+    // Headless mode starts collecting by itself.
+    const std::string status = awaitStatus({"Running: Yes"});
+    EXPECT_TRUE(contains(status, "UI Mode: Headless (no UI)\n")) << status;
+
+    ASSERT_EQ(kill(*second, SIGTERM), 0);
+    EXPECT_TRUE(eventually([&] { return !alive(*second); }));
+    const std::string story = log();
+    const auto relaunch = story.find("Running in headless mode (no menu bar icon)");
+    ASSERT_NE(relaunch, std::string::npos) << story;
+    EXPECT_TRUE(contains(story.substr(0, relaunch), "Application shutdown complete"));
+    EXPECT_TRUE(story.ends_with("[INFO] [general] Application shutdown complete\n")) << story;
+}
+
+}  // namespace
+}  // namespace ostrel

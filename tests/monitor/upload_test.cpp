@@ -1,0 +1,131 @@
+#include "monitor_fixture.h"
+#include "support/hec_test_server.h"
+#include "support/sample_records.h"
+#include "upload/curl_transport.h"
+
+namespace ostrel::testing {
+namespace {
+
+// libcurl, with a hook after each post so a test can change the collector's answer mid-cycle.
+struct SteeredTransport : HttpTransport {
+    tl::expected<HttpResponse, TransportError> perform(const HttpRequest& request) override {
+        auto response = curl.perform(request);
+        if (request.method == "POST" && afterPost) afterPost(++posts);
+        return response;
+    }
+    CurlTransport curl{false};
+    std::function<void(int)> afterPost;
+    int posts = 0;
+};
+
+class UploadTest : public MonitorFixture {
+  protected:
+    UploadTest() { hecOptions.transport = transport; }
+
+    MonitorConfig uploading() const {
+        MonitorConfig config;
+        config.uploadEnabled = true;
+        config.hecEndpoint = server.url();
+        config.hecToken = server.token();
+        config.verifySSL = false;
+        return config;
+    }
+    std::filesystem::path queueFile(const std::string& name,
+                                    const std::vector<std::string>& lines) {
+        std::string text;
+        for (const auto& line : lines)
+            text += line + "\n";
+        return dir.write(std::filesystem::path("data") / "upload" / name, text);
+    }
+    std::string sampleLine(int sequence) const {
+        return *encodeJson(realisticSample(dispatcher.clock().now(), sequence));
+    }
+    // Runs detached work and what it posts back until the cycle has reported.
+    void finishCycle() {
+        dispatcher.runUntilIdle();
+        ASSERT_FALSE(monitor->isUploading.get());
+    }
+
+    HecTestServer server;
+    std::shared_ptr<SteeredTransport> transport = std::make_shared<SteeredTransport>();
+};
+
+TEST_F(UploadTest, ARefusedFileAndAllLaterOnesStayUntilTheNextCycleAndNothingGoesTwice) {
+    build();
+    monitor->configure(uploading());
+    const auto first = queueFile("uploading-100.jsonl", {sampleLine(1), sampleLine(2)});
+    const auto unreadable = dir / "data" / "upload" / "uploading-150.jsonl";
+    std::filesystem::create_directories(unreadable);
+    const auto refused =
+        queueFile("uploading-200.jsonl",
+                  {sampleLine(3), "not json at all",
+                   *encodeJson(realisticWatchedEvent(dispatcher.clock().now(), 4)), sampleLine(5)});
+    const auto later = queueFile("uploading-300.jsonl",
+                                 {*encodeJson(realisticAlertEvent(dispatcher.clock().now()))});
+    transport->afterPost = [&](int post) {
+        if (post == 1) server.answerAsBusyCollector();
+    };
+
+    monitor->uploadNow();
+    EXPECT_TRUE(monitor->isUploading.get());
+    finishCycle();
+    EXPECT_EQ(server.events().size(), 2u);
+    EXPECT_FALSE(std::filesystem::exists(first));
+    EXPECT_TRUE(std::filesystem::exists(refused));
+    EXPECT_TRUE(std::filesystem::exists(later));
+    EXPECT_EQ(log.matching("Failed to read file for upload: uploading-150.jsonl").size(), 1u);
+    EXPECT_EQ(log.matching("Upload failed for uploading-200.jsonl (3 records) — aborting batch, "
+                           "all files retained")
+                  .size(),
+              1u);
+    ASSERT_EQ(audits("upload").size(), 1u);
+    EXPECT_TRUE(audits("upload")[0].starts_with(
+        "[upload] records_uploaded=2, records_failed=3, files_deleted=1, files_attempted=4, "
+        "aborted=true, duration_seconds="));
+    EXPECT_EQ(monitor->lastError.get(), "Failed to upload 3 records");
+    EXPECT_EQ(monitor->lastUploadCount.get(), 2);
+
+    server.answerAsCollector();
+    monitor->uploadNow();
+    finishCycle();
+    const auto events = server.events();
+    ASSERT_EQ(events.size(), 6u) << "the undecodable line is dropped, nothing is sent twice";
+    EXPECT_NE(events[3].event.find("\"event_type\":\"watched_process\""), std::string::npos)
+        << "a watched-process event goes as itself, not as a sample";
+    EXPECT_EQ(events[5].event.find("\"alert\""), std::string::npos)
+        << "an alert goes as a bare sample";
+    EXPECT_FALSE(std::filesystem::exists(refused));
+    EXPECT_FALSE(std::filesystem::exists(later));
+    EXPECT_TRUE(std::filesystem::exists(unreadable)) << "it comes up again next cycle";
+    EXPECT_FALSE(monitor->lastError.get());
+    EXPECT_EQ(monitor->totalUploadedCount.get(), 6);
+}
+
+TEST_F(UploadTest, WithoutAClientOrWithUploadOffNothingIsTakenFromTheQueue) {
+    build();
+    monitor->uploadNow();
+    EXPECT_EQ(monitor->lastError.get(), "Upload not enabled");
+    EXPECT_EQ(log.matching("Upload skipped: Upload not enabled").size(), 1u);
+
+    MonitorConfig config = uploading();
+    config.hecEndpoint = "http://127.0.0.1:1/services/collector/event";
+    monitor->configure(config);
+    EXPECT_EQ(monitor->lastError.get(), "HEC endpoint must use HTTPS");
+    const auto waiting = queueFile("uploading-100.jsonl", {sampleLine(1)});
+    monitor->uploadNow();
+    EXPECT_EQ(monitor->lastError.get(), "HEC not configured");
+    EXPECT_EQ(audits("upload_failed"),
+              std::vector<std::string>{"[upload_failed] reason=hec_not_configured"});
+    EXPECT_TRUE(std::filesystem::exists(waiting));
+
+    monitor->configure(uploading());
+    std::filesystem::remove(waiting);
+    monitor->performUpload();  // an empty queue starts no cycle
+    EXPECT_FALSE(monitor->isUploading.get());
+    dispatcher.runUntilIdle();
+    EXPECT_FALSE(monitor->lastUploadDate.get());
+    EXPECT_TRUE(audits("upload").empty());
+}
+
+}  // namespace
+}  // namespace ostrel::testing

@@ -1,0 +1,285 @@
+// The Linux sources on small fake /proc and /sys trees.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/linux/cpu.h"
+#include "platform/linux/disk.h"
+#include "platform/linux/gpu.h"
+#include "platform/linux/kernel_file.h"
+#include "platform/linux/memory.h"
+#include "platform/linux/power.h"
+#include "platform/linux/system_info.h"
+#include "support/temp_dir.h"
+#include "support/virtual_dispatcher.h"
+
+namespace ostrel {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+std::string fixture(const std::string& name) {
+    return testing::readFile(std::string(OSTREL_FIXTURES_DIR) + "/linux/" + name);
+}
+
+TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLevel) {
+    testing::TempDir proc;
+    proc.write("meminfo", fixture("proc_meminfo_swap_zswap_low_available.txt"));
+    proc.write("vmstat", fixture("proc_vmstat_vm.txt"));
+    LinuxMemorySource source(proc.path());
+
+    const MemorySnapshot low = source.read();
+    EXPECT_EQ(low.totalBytes, 24683620ull * 1024);
+    EXPECT_EQ(low.pressureLevel, 4);  // less than 5% available, no PSI
+    ASSERT_TRUE(low.swap);
+    EXPECT_EQ(low.swap->usedBytes, (8388604ull - 8000000) * 1024);
+    EXPECT_EQ(low.swap->availableBytes, 8000000ull * 1024);
+    ASSERT_TRUE(low.vmStats);
+    EXPECT_EQ(low.vmStats->compressedBytes, 102400ull * 1024);
+    EXPECT_EQ(low.vmStats->wiredBytes, 20932ull * 1024);
+    // pgpgin counts KiB; the sample counts pages.
+    EXPECT_EQ(low.vmStats->pageIns, 1690289ll * 1024 / sysconf(_SC_PAGESIZE));
+    EXPECT_EQ(low.vmStats->swapOuts, 0);
+
+    // With PSI: the critical level is left (full 3.1 < 5) but some 12.5 holds a warning.
+    proc.write("pressure/memory", fixture("proc_pressure_memory_stalled.txt"));
+    EXPECT_EQ(source.read().pressureLevel, 2);
+}
+
+TEST(LinuxMemorySource, ReadsVmstatFurtherWhenItsCountersStandLate) {
+    testing::TempDir proc;
+    std::string vmstat;
+    for (int i = 0; vmstat.size() < 3000; ++i)
+        vmstat += "nr_filler_" + std::to_string(i) + " 1\n";
+    proc.write("vmstat", vmstat + "pgpgin 8\npgpgout 16\npswpin 1\npswpout 2\n");
+    LinuxMemorySource source(proc.path());
+    const MemorySnapshot snapshot = source.read();
+    ASSERT_TRUE(snapshot.vmStats);
+    EXPECT_EQ(snapshot.vmStats->pageOuts, 16 * 1024 / sysconf(_SC_PAGESIZE));
+    EXPECT_EQ(snapshot.vmStats->swapOuts, 2);
+}
+
+TEST(KernelFile, ReadsTheCurrentTextEachTimeAndRetriesAMissingFile) {
+    testing::TempDir dir;
+    KernelFile file((dir / "loadavg").string());
+    std::array<char, 64> buffer;
+    EXPECT_EQ(file.read(buffer), tl::unexpected(ReadError::notFound));
+    dir.write("loadavg", "0.50 0.40 0.30 1/90 123\n");
+    EXPECT_EQ(file.read(buffer), std::string_view("0.50 0.40 0.30 1/90 123\n"));
+    // Rewritten in place, as the kernel regenerates its files: the same descriptor sees it.
+    std::ofstream(dir / "loadavg", std::ios::in | std::ios::out) << "2.00";
+    EXPECT_EQ(file.read(std::span(buffer).first(4)), std::string_view("2.00"));
+}
+
+TEST(LinuxMemorySource, MissingFilesLeaveOnlyTheirOwnFigures) {
+    testing::TempDir proc;
+    LinuxMemorySource source(proc.path());
+    const MemorySnapshot nothing = source.read();
+    EXPECT_FALSE(nothing.totalBytes);
+    EXPECT_FALSE(nothing.pressureLevel);
+    EXPECT_FALSE(nothing.swap);
+    EXPECT_EQ(nothing.vmStats, tl::unexpected(ReadError::notFound));
+
+    proc.write("vmstat", "pswpin 3\npswpout 4\n");
+    proc.write("meminfo", "MemTotal: 1000 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n");
+    const MemorySnapshot partial = source.read();
+    EXPECT_EQ(partial.totalBytes, 1024000u);
+    EXPECT_FALSE(partial.pressureLevel);  // neither PSI nor MemAvailable
+    EXPECT_FALSE(partial.swap);           // more free than total is no reading
+    ASSERT_TRUE(partial.vmStats);
+    EXPECT_EQ(partial.vmStats->swapIns, 3);
+    EXPECT_FALSE(partial.vmStats->freeBytes);
+    EXPECT_FALSE(partial.vmStats->pageIns);
+}
+
+struct ThermalTree {
+    testing::TempDir sys;
+    void zone(int index, const std::string& temperature,
+              const std::vector<std::pair<std::string, std::string>>& trips) {
+        const std::string base = "class/thermal/thermal_zone" + std::to_string(index) + "/";
+        sys.write(base + "temp", temperature + "\n");
+        for (size_t i = 0; i < trips.size(); ++i) {
+            const std::string trip = base + "trip_point_" + std::to_string(i) + "_";
+            sys.write(trip + "type", trips[i].first + "\n");
+            sys.write(trip + "temp", trips[i].second + "\n");
+        }
+    }
+};
+
+TEST(LinuxCpuSource, ThermalStateIsTheHighestTripReachedByAnyZone) {
+    ThermalTree tree;
+    testing::VirtualClock clock;
+    LinuxCpuSource source("/nonexistent", tree.sys.path(), clock);
+    EXPECT_FALSE(source.thermalState());  // no zones at all: unknown
+
+    tree.zone(0, "45000", {{"active", "40000"}, {"passive", "90000"}, {"critical", "105000"}});
+    tree.zone(1, "95000", {{"passive", "90000"}, {"hot", "0"}});  // a 0 trip is unused
+    tree.zone(2, "garbage", {{"critical", "10000"}});
+    tree.sys.write("class/thermal/cooling_device0/type", "Processor\n");
+    // Zones are found again only once a minute.
+    clock.advance(59s);
+    EXPECT_FALSE(source.thermalState());
+    clock.advance(1s);
+    EXPECT_EQ(source.thermalState(), 2);
+
+    tree.sys.write("class/thermal/thermal_zone1/temp", "120000\n");
+    EXPECT_EQ(source.thermalState(), 2);  // the unused hot trip never counts
+    tree.sys.write("class/thermal/thermal_zone0/temp", "105000\n");
+    EXPECT_EQ(source.thermalState(), 3);
+    EXPECT_EQ(zoneThermalLevel(30000, {ThermalTrip{"active", 40000}}), 0);
+}
+
+TEST(LinuxDiskSource, CountsWholeDisksThatSysfsListsIncludingHotPluggedOnes) {
+    testing::TempDir proc, sys;
+    testing::VirtualClock clock;
+    sys.write("block/vda/device/vendor", "0x1af4\n");
+    sys.write("block/loop0/size", "0\n");
+    sys.write("block/dm-0/device/x", "stacked devices count on their disks\n");
+    proc.write("diskstats",
+               " 254 0 vda 1 0 10 0 1 0 20 0 0 0 0\n"
+               " 254 1 vda1 1 0 10 0 1 0 20 0 0 0 0\n"
+               "   7 0 loop0 1 0 1000 0 1 0 1000 0 0 0 0\n"
+               " 253 0 dm-0 1 0 1000 0 1 0 1000 0 0 0 0\n"
+               "   8 0 sdb 1 0 4 0 1 0 4 0 0 0 0\n");
+    LinuxDiskSource source(proc.path(), sys.path(), clock, sys.path());
+    EXPECT_EQ(source.ioCounters(), (DiskIOCounters{10 * 512, 20 * 512}));
+    sys.write("block/sdb/device/vendor", "USB\n");
+    EXPECT_EQ(source.ioCounters(), (DiskIOCounters{10 * 512, 20 * 512}));
+    clock.advance(LinuxDiskSource::diskRediscovery);
+    EXPECT_EQ(source.ioCounters(), (DiskIOCounters{14 * 512, 24 * 512}));
+
+    const DiskCapacity capacity = source.capacity();
+    ASSERT_TRUE(capacity.totalBytes && capacity.availableBytes);
+    EXPECT_LE(*capacity.availableBytes, *capacity.totalBytes);
+    EXPECT_FALSE(
+        LinuxDiskSource(proc.path(), "/nonexistent", clock, "/nonexistent").capacity().totalBytes);
+    EXPECT_FALSE(LinuxDiskSource("/nonexistent", sys.path(), clock).ioCounters());
+}
+
+TEST(LinuxPowerSource, DescribesSystemBatteriesWithTheAdapterState) {
+    testing::TempDir sys;
+    testing::VirtualClock clock;
+    LinuxPowerSource source(sys.path(), clock);
+    EXPECT_TRUE(source.powerSources().empty());
+
+    sys.write("class/power_supply/AC/uevent",
+              "POWER_SUPPLY_NAME=AC\nPOWER_SUPPLY_TYPE=Mains\n"
+              "POWER_SUPPLY_ONLINE=0\n");
+    sys.write("class/power_supply/BAT0/uevent",
+              "POWER_SUPPLY_NAME=BAT0\nPOWER_SUPPLY_TYPE=Battery\n"
+              "POWER_SUPPLY_STATUS=Discharging\nPOWER_SUPPLY_PRESENT=1\n"
+              "POWER_SUPPLY_ENERGY_FULL=60000000\nPOWER_SUPPLY_ENERGY_NOW=30000000\n"
+              "POWER_SUPPLY_CAPACITY=49\nPOWER_SUPPLY_MODEL_NAME=5B10W13930\n");
+    sys.write("class/power_supply/hidpp_battery_0/uevent",
+              "POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_SCOPE=Device\nPOWER_SUPPLY_CAPACITY=5\n");
+    clock.advance(LinuxPowerSource::supplyRediscovery);
+    auto sources = source.powerSources();
+    ASSERT_EQ(sources.size(), 1u);
+    EXPECT_EQ(sources[0].state, "Battery Power");
+    EXPECT_EQ(sources[0].currentCapacity, 30000000);
+    EXPECT_EQ(sources[0].maxCapacity, 60000000);
+    EXPECT_EQ(sources[0].isCharging, false);
+    EXPECT_EQ(sources[0].isCharged, false);
+
+    // The list is kept, the properties are read afresh.
+    sys.write("class/power_supply/AC/uevent", "POWER_SUPPLY_TYPE=Mains\nPOWER_SUPPLY_ONLINE=1\n");
+    sys.write("class/power_supply/BAT0/uevent",
+              "POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_STATUS=Not charging\n");
+    sources = source.powerSources();
+    EXPECT_EQ(sources[0].state, "AC Power");
+    EXPECT_EQ(sources[0].isCharged, true);
+    EXPECT_FALSE(sources[0].currentCapacity);
+
+    // A battery with only a percentage and no adapter entry: charging implies mains.
+    const auto lone = describePowerSupplies(
+        {parsePowerSupplyUevent("POWER_SUPPLY_TYPE=Battery\nPOWER_SUPPLY_STATUS=Charging\n"
+                                "POWER_SUPPLY_CAPACITY=57\nPOWER_SUPPLY_ONLINE=x\n")});
+    EXPECT_EQ(std::tuple(lone[0].state, lone[0].currentCapacity, lone[0].maxCapacity),
+              std::tuple("AC Power", 57, 100));
+    // A desktop: mains only.
+    const auto desktop = describePowerSupplies({{.type = "Mains", .online = true}});
+    EXPECT_EQ(std::tuple(desktop.size(), desktop[0].state), std::tuple(1u, "AC Power"));
+}
+
+TEST(LinuxPowerSource, BlockingSleepAndIdleInhibitorsCountAsAssertions) {
+    const auto assertions = sleepAssertionsFromInhibitors({{"sleep", "block"},
+                                                           {"idle:sleep:shutdown", "block"},
+                                                           {"idle", "block"},
+                                                           {"sleep", "delay"},
+                                                           {"handle-lid-switch", "block"},
+                                                           {"sleepy", "block"}});
+    ASSERT_EQ(assertions.size(), 2u);
+    EXPECT_EQ(assertions[0].name, "PreventSystemSleep");
+    EXPECT_EQ(assertions[0].count, 2);
+    EXPECT_EQ(assertions[1].name, "PreventUserIdleSystemSleep");
+    EXPECT_EQ(assertions[1].count, 1);
+}
+
+TEST(LinuxGpuSource, ReadsDrmCardsAndNamesThemWithoutADatabase) {
+    testing::TempDir sys;
+    sys.write("devices/pci0/drivers/amdgpu/bind", "");
+    sys.write("class/drm/card0/device/gpu_busy_percent", "37\n");
+    sys.write("class/drm/card0/device/mem_info_vram_used", "1048576\n");
+    sys.write("class/drm/card0/device/vendor", "0x1002\n");
+    sys.write("class/drm/card0/device/device", "0x73bf\n");
+    fs::create_symlink(sys / "devices/pci0/drivers/amdgpu", sys / "class/drm/card0/device/driver");
+    sys.write("class/drm/card0-DP-1/status", "connected\n");
+    sys.write("class/drm/card1/device/product_name", "Arc A770\n");
+    sys.write("class/drm/card1/device/gpu_busy_percent", "busy\n");
+    sys.write("class/drm/renderD128/dev", "226:128\n");
+
+    LinuxGpuSource source(sys.path(), false);
+    const auto devices = source.accelerators();
+    ASSERT_TRUE(devices);
+    ASSERT_EQ(devices->size(), 2u);
+    EXPECT_EQ((*devices)[0].model, "amdgpu 1002:73bf");
+    EXPECT_EQ((*devices)[0].deviceUtilization, 37);
+    EXPECT_EQ((*devices)[0].inUseMemoryBytes, 1048576u);
+    EXPECT_EQ((*devices)[1].model, "Arc A770");
+    EXPECT_FALSE((*devices)[1].deviceUtilization);
+    EXPECT_FALSE(source.coreCount());
+
+    const auto none = LinuxGpuSource("/nonexistent", false).accelerators();
+    ASSERT_TRUE(none);
+    EXPECT_TRUE(none->empty());
+}
+
+TEST(LinuxSystemInfoSource, ReadsModelCoresAndNamesOnceFromTheTrees) {
+    testing::TempDir proc, sys, etc;
+    proc.write("cpuinfo", fixture("proc_cpuinfo_vm_epyc.txt"));
+    sys.write("class/dmi/id/product_name", "System Product Name\n");
+    sys.write("class/dmi/id/board_name", "X570 AORUS\n");
+    sys.write("devices/cpu_core/cpus", "0-15\n");
+    sys.write("devices/cpu_atom/cpus", "16-23\n");
+    etc.write("machine-info", "PRETTY_HOSTNAME=\"Build Box\"\n");
+    LinuxSystemInfoSource hybrid(proc.path(), sys.path(), etc.path());
+    EXPECT_EQ(hybrid.hardwareModel(), "X570 AORUS");
+    EXPECT_EQ(hybrid.cpuBrand(), "AMD EPYC");
+    EXPECT_EQ(hybrid.performanceCores(), 16);
+    EXPECT_EQ(hybrid.efficiencyCores(), 8);
+    EXPECT_EQ(hybrid.hostName(), "Build Box");
+    EXPECT_TRUE(hybrid.osVersion());
+
+    testing::TempDir arm;
+    arm.write("firmware/devicetree/base/model", std::string("Raspberry Pi 5", 14) + '\0');
+    for (int cpu = 0; cpu < 4; ++cpu) {
+        arm.write("devices/system/cpu/cpu" + std::to_string(cpu) + "/cpu_capacity",
+                  cpu < 1 ? "1024\n" : "512\n");
+    }
+    arm.write("devices/system/cpu/cpufreq/policy0/x", "");
+    LinuxSystemInfoSource board("/nonexistent", arm.path(), "/nonexistent");
+    EXPECT_EQ(board.hardwareModel(), "Raspberry Pi 5");
+    EXPECT_FALSE(board.cpuBrand());
+    EXPECT_EQ(board.performanceCores(), 1);
+    EXPECT_EQ(board.efficiencyCores(), 3);
+    char name[256] = {};
+    gethostname(name, sizeof(name) - 1);
+    EXPECT_EQ(board.hostName(), name);
+}
+
+}  // namespace
+}  // namespace ostrel
