@@ -6,8 +6,8 @@
 #include "monitor/monitor_core.h"
 #include "monitor/monitor_timing.h"
 #include "monitor/performance_monitor.h"
+#include "platform/file_system.h"
 #include "records/record_json.h"
-#include "storage/file_system.h"
 #include "upload/splunk_hec_client.h"
 
 namespace ostrel {
