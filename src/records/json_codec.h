@@ -202,8 +202,8 @@ constexpr auto field(std::string_view key) {
     using Type = typename MemberOf<Member>::Type;
     constexpr bool optional = IsOptional<Type>::value;
 
-    FieldSpec<Record> spec{key, !optional, nullptr, nullptr};
-    spec.encode = [](JsonWriter& w, std::string_view name, const Record& record) {
+    FieldSpec<Record> entry{key, !optional, nullptr, nullptr};
+    entry.encode = [](JsonWriter& w, std::string_view name, const Record& record) {
         const auto& value = record.*Member;
         if constexpr (optional) {
             if (!value) return true;
@@ -214,7 +214,7 @@ constexpr auto field(std::string_view key) {
             return writeValue(w, value);
         }
     };
-    spec.decode = [](od::value& v, Record& record, bool& wasNull) -> Status {
+    entry.decode = [](od::value& v, Record& record, bool& wasNull) -> Status {
         bool isNull = false;
         if (v.is_null().get(isNull)) isNull = false;
         wasNull = isNull;
@@ -230,10 +230,10 @@ constexpr auto field(std::string_view key) {
             return readNested(v, slot);
         }
     };
-    return spec;
+    return entry;
 }
 
-// Finds the spec for a key, trying first the one after the previous match: lines written by
+// Finds the table entry for a key, trying first the one after the previous match: lines written by
 // this system carry keys in table order, so the guess almost always hits.
 template <class Record>
 int findField(std::span<const FieldSpec<Record>> fields, const od::raw_json_string& key,
