@@ -16,7 +16,7 @@ namespace ostrel {
 // which key is read how, what an absent or out-of-range value becomes, and never writes a
 // forced key. Lives on the main queue and takes no lock; two managers share only the store.
 class ConfigurationManager {
-public:
+  public:
     explicit ConfigurationManager(std::shared_ptr<PreferencesStore> defaults);
 
     // The current settings; defaults until the first load.
@@ -34,7 +34,7 @@ public:
     // The settings at debug level, without the collector's endpoint or token.
     void logConfig() const;
 
-private:
+  private:
     // The stored integer, or none when the key is absent or, with `ifPositive`, below 1.
     std::optional<int64_t> intValue(std::string_view key, bool ifPositive) const;
     std::optional<bool> boolValue(std::string_view key) const;

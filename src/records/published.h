@@ -16,10 +16,10 @@ namespace ostrel {
 // read on the main queue only; subscribing and unsubscribing may happen on any thread.
 template <class T>
 class Published {
-public:
+  public:
     using Observer = std::function<void(const T& newValue)>;
 
-private:
+  private:
     struct Observers {
         struct Entry {
             Entry(uint64_t entryId, Observer entryObserver)
@@ -62,10 +62,10 @@ private:
         uint64_t lastId = 0;
     };
 
-public:
+  public:
     // Ends the observation when destroyed. Outliving the Published it came from is harmless.
     class Subscription {
-    public:
+      public:
         Subscription() = default;
         Subscription(Subscription&&) noexcept = default;
         Subscription& operator=(Subscription&& other) noexcept {
@@ -85,7 +85,7 @@ public:
             observers_.reset();
         }
 
-    private:
+      private:
         friend class Published;
         Subscription(std::weak_ptr<Observers> observers, uint64_t id)
             : observers_(std::move(observers)), id_(id) {}
@@ -119,7 +119,7 @@ public:
         return Subscription(observers_, observers_->add(std::move(observer)));
     }
 
-private:
+  private:
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
     T value_{};
 };

@@ -16,7 +16,7 @@ namespace ostrel {
 // lock, starting from the file's freshest content, so concurrent writers never lose each
 // other's keys. Safe to use from any thread.
 class FilePreferencesStore final : public PreferencesStore {
-public:
+  public:
     FilePreferencesStore(std::filesystem::path userFile, std::filesystem::path managedFile,
                          const Clock& clock = systemClock());
 
@@ -27,7 +27,7 @@ public:
     // Writes are never deferred; this only reads both files again.
     void synchronize() override;
 
-private:
+  private:
     // Sets the key, or removes it when `value` is empty.
     void update(std::string_view key, std::optional<PreferenceValue> value);
 

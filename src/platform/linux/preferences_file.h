@@ -17,7 +17,7 @@ namespace ostrel {
 // so that every read of a key can afford the check. A missing file reads as empty; a file that
 // cannot be read or parsed reads as empty too and is logged once, until it has been readable.
 class PreferencesFile {
-public:
+  public:
     struct Content {
         std::shared_ptr<const PreferenceDictionary> values;
         // The file exists but could not be read as a JSON object.
@@ -44,7 +44,7 @@ public:
         bool operator==(const Signature&) const = default;
     };
 
-private:
+  private:
     struct Loaded {
         Content content;
         Signature signature;
