@@ -1,19 +1,11 @@
 #include "upload/curl_transport.h"
 
-#include <curl/curl.h>
-
 #include <cstdlib>
+
+#include "upload/curl_library.h"
 
 namespace ostrel {
 namespace {
-
-void initialiseLibcurlOnce() {
-    static const bool initialised = [] {
-        if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) std::abort();
-        return true;
-    }();
-    (void)initialised;
-}
 
 size_t appendToString(char* data, size_t size, size_t count, void* target) {
     static_cast<std::string*>(target)->append(data, size * count);
@@ -21,10 +13,11 @@ size_t appendToString(char* data, size_t size, size_t count, void* target) {
 }
 
 struct HeaderList {
+    const CurlLibrary& curl;
     curl_slist* list = nullptr;
-    ~HeaderList() { curl_slist_free_all(list); }
+    ~HeaderList() { curl.slistFreeAll(list); }
     bool add(const std::string& header) {
-        curl_slist* extended = curl_slist_append(list, header.c_str());
+        curl_slist* extended = curl.slistAppend(list, header.c_str());
         if (!extended) return false;
         list = extended;
         return true;
@@ -34,12 +27,10 @@ struct HeaderList {
 }  // namespace
 
 void CurlTransport::HandleDeleter::operator()(void* handle) const {
-    curl_easy_cleanup(static_cast<CURL*>(handle));
+    CurlLibrary::get()->easyCleanup(static_cast<CURL*>(handle));
 }
 
-CurlTransport::CurlTransport(bool verifyPeer) : verifyPeer_(verifyPeer) {
-    initialiseLibcurlOnce();
-}
+CurlTransport::CurlTransport(bool verifyPeer) : verifyPeer_(verifyPeer) {}
 
 CurlTransport::~CurlTransport() = default;
 
@@ -52,7 +43,7 @@ CurlTransport::Handle CurlTransport::take() {
             return handle;
         }
     }
-    Handle handle(curl_easy_init());
+    Handle handle(CurlLibrary::get()->easyInit());
     if (!handle) std::abort();  // out of memory
     return handle;
 }
@@ -63,12 +54,15 @@ void CurlTransport::giveBack(Handle handle) {
 }
 
 tl::expected<HttpResponse, TransportError> CurlTransport::perform(const HttpRequest& request) {
+    const auto& library = CurlLibrary::get();
+    if (!library) return tl::unexpected(TransportError{CURLE_FAILED_INIT, library.error()});
+    const CurlLibrary& lib = *library;
     Handle handle = take();
     CURL* curl = static_cast<CURL*>(handle.get());
     // Reset clears the previous request's options but keeps the open connection.
-    curl_easy_reset(curl);
+    lib.easyReset(curl);
 
-    HeaderList headers;
+    HeaderList headers{lib};
     bool headersComplete = true;
     for (const auto& header : request.headers)
         headersComplete &= headers.add(header);
@@ -79,35 +73,35 @@ tl::expected<HttpResponse, TransportError> CurlTransport::perform(const HttpRequ
 
     HttpResponse response;
     char errorText[CURL_ERROR_SIZE] = {};
-    curl_easy_setopt(curl, CURLOPT_URL, request.url.c_str());
-    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "https");
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers.list);
-    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, errorText);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendToString);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &response.body);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, verifyPeer_ ? 1L : 0L);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, verifyPeer_ ? 2L : 0L);
+    lib.easySetopt(curl, CURLOPT_URL, request.url.c_str());
+    lib.easySetopt(curl, CURLOPT_PROTOCOLS_STR, "https");
+    lib.easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
+    lib.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+    lib.easySetopt(curl, CURLOPT_HTTPHEADER, headers.list);
+    lib.easySetopt(curl, CURLOPT_ERRORBUFFER, errorText);
+    lib.easySetopt(curl, CURLOPT_WRITEFUNCTION, appendToString);
+    lib.easySetopt(curl, CURLOPT_WRITEDATA, &response.body);
+    lib.easySetopt(curl, CURLOPT_SSL_VERIFYPEER, verifyPeer_ ? 1L : 0L);
+    lib.easySetopt(curl, CURLOPT_SSL_VERIFYHOST, verifyPeer_ ? 2L : 0L);
     if (request.method == "GET") {
-        curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
+        lib.easySetopt(curl, CURLOPT_HTTPGET, 1L);
     } else {
-        curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST,
-                         request.method == "POST" ? nullptr : request.method.c_str());
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE,
-                         static_cast<curl_off_t>(request.body.size()));
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, request.body.data());
+        lib.easySetopt(curl, CURLOPT_CUSTOMREQUEST,
+                       request.method == "POST" ? nullptr : request.method.c_str());
+        lib.easySetopt(curl, CURLOPT_POSTFIELDSIZE_LARGE,
+                       static_cast<curl_off_t>(request.body.size()));
+        lib.easySetopt(curl, CURLOPT_POSTFIELDS, request.body.data());
     }
 
-    const CURLcode result = curl_easy_perform(curl);
-    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &response.status);
+    const CURLcode result = lib.easyPerform(curl);
+    lib.easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &response.status);
     // The handle must not keep pointers into this frame.
-    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, nullptr);
+    lib.easySetopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+    lib.easySetopt(curl, CURLOPT_HTTPHEADER, nullptr);
     giveBack(std::move(handle));
 
     if (result != CURLE_OK) {
-        std::string description = errorText[0] ? errorText : curl_easy_strerror(result);
+        std::string description = errorText[0] ? errorText : lib.easyStrerror(result);
         return tl::unexpected(TransportError{static_cast<int>(result), std::move(description)});
     }
     return response;

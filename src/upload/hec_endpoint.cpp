@@ -1,11 +1,11 @@
 #include "upload/hec_endpoint.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <cctype>
 #include <memory>
 #include <vector>
+
+#include "upload/curl_library.h"
 
 namespace ostrel {
 namespace {
@@ -45,12 +45,15 @@ std::string_view schemeOf(std::string_view text) {
 }
 
 bool parsesAsAbsoluteURL(const std::string& text) {
-    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> url(curl_url(), curl_url_cleanup);
-    if (!url || curl_url_set(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK) return false;
+    const auto& library = CurlLibrary::get();
+    if (!library) return false;  // logged once where loading failed
+    const CurlLibrary& curl = *library;
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> url(curl.url(), curl.urlCleanup);
+    if (!url || curl.urlSet(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK) return false;
     char* host = nullptr;
-    if (curl_url_get(url.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK) return false;
+    if (curl.urlGet(url.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK) return false;
     const bool hasHost = host && *host;
-    curl_free(host);
+    curl.free(host);
     return hasHost;
 }
 
