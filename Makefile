@@ -6,7 +6,7 @@ OSTREL_WERROR ?= OFF
 JOBS ?= $(shell nproc)
 OSTREL := $(BUILD_DIR)/ostrel
 
-.PHONY: all deps configure build test bench run format clean
+.PHONY: all deps configure build app test bench run format clean
 
 all: build
 
@@ -20,13 +20,17 @@ configure: deps
 build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
+# `make run` needs only the executable, not the tests and benchmarks.
+app: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target ostrel
+
 test: build
 	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
 
 bench: build
 	@for b in $(BUILD_DIR)/bench/*_bench; do echo "== $$b"; $$b --benchmark_counters_tabular=true || exit 1; done
 
-run: build
+run: app
 	@scripts/run-monitor $(OSTREL)
 
 format:
