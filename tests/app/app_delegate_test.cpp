@@ -19,14 +19,14 @@ struct RecordingInterface : UserInterface {
     Words& calls_;
 };
 
-class AppDelegateTest : public ::testing::Test {
+class AppDelegateTest : public testing::MonitorFixture {
   protected:
     ~AppDelegateTest() override {
         delegate.reset();
         dispatcher.runUntilIdle();
     }
 
-    // Launches a delegate over fake sources on virtual time, with `settings` in the store.
+    // Launches a delegate over the fixture's fakes, with `settings` in the store.
     void launch(const PreferenceDictionary& settings, UserInterfaceFactory userInterface = {}) {
         delegate.reset();
         dispatcher.runUntilIdle();
@@ -38,7 +38,7 @@ class AppDelegateTest : public ::testing::Test {
             .preferences = preferences,
             .notifier = std::make_unique<testing::FakeNotifier>(),
             .channel = makeCommandChannel(dir / "channel"),
-            .monitorDependencies = [this](AlertManager& alerts) { return dependencies(alerts); },
+            .monitorDependencies = [this](AlertManager& shared) { return dependencies(shared); },
             .makeUserInterface = std::move(userInterface),
             .endMainLoop = [this] { calls.push_back("endMainLoop"); },
         });
@@ -46,40 +46,8 @@ class AppDelegateTest : public ::testing::Test {
         dispatcher.runUntilIdle();
     }
 
-    MonitorDependencies dependencies(AlertManager& alerts) {
-        return {
-            .dispatcher = &dispatcher,
-            .alertManager = &alerts,
-            .preferences = preferences,
-            .collector = std::make_shared<MetricsAggregator>(
-                CollectionSources{
-                    .cpu = std::make_unique<testing::FakeCpuSource>(),
-                    .memory = std::make_unique<testing::FakeMemorySource>(),
-                    .disk = std::make_unique<testing::FakeDiskSource>(),
-                    .network = std::make_unique<testing::FakeNetworkSource>(),
-                    .power = std::make_unique<testing::FakePowerSource>(),
-                    .gpu = std::make_unique<testing::FakeGpuSource>(),
-                    .system = std::make_unique<testing::FakeSystemInfoSource>(),
-                },
-                ProcessSources{.processes = std::make_shared<testing::FakeProcessList>()},
-                dispatcher),
-            .storage = std::make_shared<MetricsStorage>(MonitorConfig{}, dir / "data",
-                                                        dispatcher.clock(), dir / "logs"),
-            .observeWake = [](Dispatcher&, Task) { return std::make_unique<WakeObservation>(); },
-            .makePathMonitor =
-                [this] { return std::make_unique<testing::FakePaths::Monitor>(paths); },
-            .powerSources = std::make_shared<testing::FakePowerSource>(),
-        };
-    }
-
     bool running() const { return delegate->monitor().isRunning.get(); }
 
-    testing::VirtualDispatcher dispatcher;
-    testing::LogRecorder log;
-    testing::TempDir dir;
-    testing::FakePaths paths;
-    std::shared_ptr<testing::MemoryPreferencesStore> preferences =
-        std::make_shared<testing::MemoryPreferencesStore>();
     Words calls;
     std::unique_ptr<AppDelegate> delegate;
 };
@@ -144,22 +112,13 @@ TEST_F(AppDelegateTest, RunsOnWithoutATrayAndShutsDownInOrder) {
     EXPECT_EQ(messages.back(), "Application shutdown complete");
 }
 
+// A running monitor can always be stopped, whatever its destination became.
 TEST(StatusMenu, StartIsOfferedOnlyWithADestination) {
-    const auto titles = [](const std::vector<StatusMenuItem>& items) {
-        Words words;
-        for (const auto& item : items)
-            words.push_back(item.title.empty() ? "-" : item.title);
-        return words;
-    };
-    const auto stopped = statusMenuItems(false, false);
-    EXPECT_EQ(titles(stopped), (Words{"Start Monitoring", "-", "Open Dashboard", "Settings…", "-",
-                                      "Show Metrics in Finder", "-", "Quit Ostrel"}));
-    EXPECT_FALSE(stopped[0].enabled);
+    EXPECT_FALSE(statusMenuItems(false, false)[0].enabled);
     EXPECT_TRUE(statusMenuItems(false, true)[0].enabled);
-    // A running monitor can always be stopped, whatever its destination became.
-    const auto running = statusMenuItems(true, false);
-    EXPECT_EQ(running[0].title, "Stop Monitoring");
-    EXPECT_TRUE(running[0].enabled);
+    const StatusMenuItem stop = statusMenuItems(true, false)[0];
+    EXPECT_EQ(stop.title, "Stop Monitoring");
+    EXPECT_TRUE(stop.enabled);
 }
 
 }  // namespace

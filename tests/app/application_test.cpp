@@ -9,6 +9,7 @@
 #include <optional>
 #include <thread>
 
+#include "app/help_text.h"
 #include "platform/app_launcher.h"
 #include "platform/subprocess.h"
 #include "support/temp_dir.h"
@@ -81,11 +82,8 @@ class ApplicationTest : public ::testing::Test {
     fs::path settingsFile() const { return home_ / "config/ostrel/com.ostrel.agent.json"; }
     fs::path managedFile() const { return home_ / "managed.json"; }
     std::string log() const { return testing::readFile(home_ / "state/ostrel/ostrel.log"); }
-
-    void writeSettings(const std::string& json) const {
-        home_.write("config/ostrel/com.ostrel.agent.json", json);
-    }
-    void writeManagedSettings(const std::string& json) const { home_.write("managed.json", json); }
+    void writeSettings(const std::string& json) const { home_.write(settingsFile(), json); }
+    void writeManagedSettings(const std::string& json) const { home_.write(managedFile(), json); }
 
     void launchApplication() const {
         ASSERT_TRUE(makeAppLauncher(executable_)->launchApplication());
@@ -155,6 +153,23 @@ class ApplicationTest : public ::testing::Test {
     std::map<std::string, std::optional<std::string>> saved_;
 };
 
+TEST_F(ApplicationTest, HelpBadArgumentsAndStatusWithoutAnInstance) {
+    const auto help = ostrel({"--status", "-h"});
+    EXPECT_EQ(help.exitStatus, 0);
+    EXPECT_EQ(help.standardOutput, helpText());
+
+    const auto bad = ostrel({"--help", "--interval", "0"});
+    EXPECT_EQ(bad.exitStatus, 1);
+    EXPECT_EQ(bad.standardOutput, "Error: --interval must be between 1 and 3600 seconds\n");
+    const auto alone = ostrel({"--watch", "a", "--duration", "5"});
+    EXPECT_EQ(alone.exitStatus, 1);
+    EXPECT_EQ(alone.standardOutput, "Error: --duration and --watch require --start\n");
+
+    const auto status = ostrel({"--status"});
+    EXPECT_EQ(status.exitStatus, 0);
+    EXPECT_EQ(status.standardOutput, "Ostrel is not running\n");
+}
+
 TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand) {
     writeManagedSettings(R"({"intervalSeconds":1})");
     writeSettings(R"({"logLevel":1,"pinnedProcesses":["Safari"]})");
@@ -183,6 +198,8 @@ TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand)
     EXPECT_TRUE(
         contains(again.standardOutput, "\n  Interval: 1s\n  Duration: 30m\n  Records collected: "));
     EXPECT_TRUE(again.standardOutput.ends_with("Settings updated: interval: 1s, duration: 30m\n"));
+    // The session's duration went to the capture before the reply and is forgotten.
+    EXPECT_FALSE(contains(testing::readFile(settingsFile()), "captureDurationMinutes"));
     EXPECT_TRUE(contains(awaitStatus({"Scheduled Stop: "}), "Duration limit: 30 minutes\n"));
 
     EXPECT_EQ(ostrel({"--clear-pins"}).standardOutput, "Pinned processes cleared\n");

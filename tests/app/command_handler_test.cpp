@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "app/command_protocol.h"
-#include "app/fake_command_target.h"
 #include "records/formatters.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
@@ -16,10 +15,47 @@ using namespace std::chrono_literals;
 using Words = std::vector<std::string>;
 namespace P = CommandProtocol;
 
+// The configuration manager and monitor, reduced to what commands touch; the configuration
+// loads from the same preferences the handler writes.
+struct FakeTarget : CommandTarget {
+    explicit FakeTarget(PreferencesStore& store) : preferences(store) {}
+
+    MonitorConfig loadConfiguration() override {
+        calls.push_back("load");
+        record = MonitorConfig{.storageEnabled = destination};
+        if (preferences.hasObject("intervalSeconds"))
+            record.intervalSeconds = preferences.integer("intervalSeconds");
+        record.captureDurationMinutes = preferences.integer("captureDurationMinutes");
+        record.watchedProcesses = preferences.stringArray("watchedProcesses").value_or(Words{});
+        return record;
+    }
+    MonitorConfig configuration() const override { return record; }
+    void editConfiguration(const std::function<void(MonitorConfig&)>& change) override {
+        change(record);
+    }
+    bool hasValidDestination() const override { return record.storageEnabled; }
+    void configureMonitor(const MonitorConfig& config) override { configured = config; }
+    MonitorStatusFigures monitorStatus() const override { return status; }
+    void startMonitoring() override { calls.push_back("start"); }
+    void stopMonitoring() override { calls.push_back("stop"); }
+    void configureDurationLimitFromCLI(int64_t) override { calls.push_back("limit"); }
+    void uploadNow() override { calls.push_back("upload"); }
+    void clearStoredData() override { calls.push_back("clear"); }
+    void clearPinnedProcesses() override { calls.push_back("unpin"); }
+    void openDashboard() override { calls.push_back("dashboard"); }
+    void terminate() override { calls.push_back("terminate"); }
+
+    PreferencesStore& preferences;
+    bool destination = true;
+    MonitorConfig record, configured;
+    MonitorStatusFigures status;
+    Words calls;
+};
+
 class CommandHandlerTest : public ::testing::Test {
   protected:
     testing::MemoryPreferencesStore preferences;
-    testing::FakeTarget target{preferences};
+    FakeTarget target{preferences};
     testing::VirtualClock clock;
     CommandHandler handler{target, preferences, clock, [](Date) { return std::string("DATE"); }};
     testing::LogRecorder log;

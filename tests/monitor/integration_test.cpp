@@ -1,18 +1,9 @@
 // A monitor built from this machine's pieces, on real threads, for a few seconds.
-#include <gtest/gtest.h>
-
-#include "alerts/alert_manager.h"
-#include "monitor/performance_monitor.h"
-#include "records/record_json.h"
+#include "monitor_fixture.h"
 #include "support/hec_test_server.h"
-#include "support/log_recorder.h"
-#include "support/memory_preferences_store.h"
-#include "support/temp_dir.h"
 
 namespace ostrel::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
     TempDir dir;
@@ -57,30 +48,18 @@ TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
     dispatcher->runMainLoop();
     finish.reset();
 
-    int samples = 0, pinned = 0, alertLines = 0;
-    int64_t lines = 0;
-    for (const auto& file : std::filesystem::directory_iterator(dir / "data" / "metrics")) {
-        const std::string text = readFile(file.path());
-        for (size_t start = 0, end; start < text.size(); start = end + 1) {
-            end = text.find('\n', start);
-            ++lines;
-            const std::string_view line(text.data() + start, end - start);
-            if (auto event = decodeJson<WatchedProcessEvent>(line)) {
-                pinned +=
-                    event->watched.pattern == "ostrel_monitor" && event->watched.processCount >= 1;
-            } else if (auto alert = decodeJson<AlertEvent>(line)) {
-                alertLines += alert->alert.type == "cpu_high";
-            } else {
-                const auto sample = decodeJson<SystemMetrics>(line);
-                ASSERT_TRUE(sample) << line;
-                EXPECT_TRUE(sample->cpu && sample->memory && sample->processes && sample->disk);
-                ++samples;
-            }
-        }
+    const StoredLines stored(dir / "data" / "metrics");
+    EXPECT_GE(stored.samples.size(), 3u);
+    for (const SystemMetrics& sample : stored.samples)
+        EXPECT_TRUE(sample.cpu && sample.memory && sample.processes && sample.disk);
+    EXPECT_GE(stored.watched.size(), 3u);
+    for (const WatchedProcessEvent& event : stored.watched) {
+        EXPECT_EQ(event.watched.pattern, "ostrel_monitor");
+        EXPECT_GE(event.watched.processCount, 1);
     }
-    EXPECT_GE(samples, 3);
-    EXPECT_GE(pinned, 3);
-    EXPECT_GE(alertLines, 1);
+    EXPECT_GE(stored.alerts.size(), 1u);
+    for (const AlertEvent& event : stored.alerts)
+        EXPECT_EQ(event.alert.type, "cpu_high");
     ASSERT_TRUE(delivered);
     EXPECT_EQ(server.events().size(), static_cast<size_t>(*delivered));
     // What was stored before the upload went up; what came after waits in the queue.
@@ -90,7 +69,7 @@ TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
         const std::string text = readFile(file.path());
         waiting += std::count(text.begin(), text.end(), '\n');
     }
-    EXPECT_EQ(*delivered + waiting, lines);
+    EXPECT_EQ(*delivered + waiting, static_cast<int64_t>(stored.size()));
     EXPECT_TRUE(log.matching("Storage failed").empty());
 }
 

@@ -23,17 +23,10 @@ namespace ostrel::testing {
 
 using namespace std::chrono_literals;
 
-// Posts succeed unless `failure` says otherwise; every post is kept.
 struct FakeNotifier : Notifier {
-    std::vector<Notification> posted;
-    std::optional<std::string> failure;
-
     void requestAuthorization(AuthorizationHandler handler) override { handler(true, {}); }
     void authorizationStatus(StatusHandler handler) override { handler(true); }
-    void post(Notification notification, PostHandler handler) override {
-        posted.push_back(std::move(notification));
-        handler(failure);
-    }
+    void post(Notification, PostHandler handler) override { handler(std::nullopt); }
 };
 
 // CPU ticks that grow with virtual time at the busy share of the moment, so every stored
@@ -85,56 +78,61 @@ struct FakePaths {
     std::map<Monitor*, std::pair<SerialQueue*, NetworkPathMonitor::Handler>> active;
 };
 
-// Lines of every metric file, sorted by kind.
+// The lines of every metric file in `folder`, sorted by kind; a line that does not decode
+// throws, which fails the test.
 struct StoredLines {
     std::vector<SystemMetrics> samples;
     std::vector<WatchedProcessEvent> watched;
     std::vector<AlertEvent> alerts;
+
+    explicit StoredLines(const std::filesystem::path& folder) {
+        for (const auto& file : std::filesystem::directory_iterator(folder)) {
+            const std::string text = readFile(file.path());
+            for (size_t start = 0, end; start < text.size(); start = end + 1) {
+                end = text.find('\n', start);
+                const std::string_view line(text.data() + start, end - start);
+                if (line.find("\"event_type\"") != std::string_view::npos) {
+                    watched.push_back(decodeJson<WatchedProcessEvent>(line).value());
+                } else if (isEventLine(line)) {
+                    alerts.push_back(decodeJson<AlertEvent>(line).value());
+                } else {
+                    samples.push_back(decodeJson<SystemMetrics>(line).value());
+                }
+            }
+        }
+    }
+    size_t size() const { return samples.size() + watched.size() + alerts.size(); }
 };
 
 class MonitorFixture : public ::testing::Test {
   protected:
-    MonitorFixture() {
-        cpu->clock = &dispatcher.virtualClock();
-        processes->processes = {{.pid = 10,
-                                 .name = "Chrome Helper",
-                                 .user = "ana",
-                                 .residentBytes = 64 << 20,
-                                 .cpuPercent = 4},
-                                {.pid = 11,
-                                 .name = "chrome",
-                                 .user = "ana",
-                                 .residentBytes = 32 << 20,
-                                 .cpuPercent = 2},
-                                {.pid = 12,
-                                 .name = "Safari",
-                                 .user = "ana",
-                                 .residentBytes = 16 << 20,
-                                 .cpuPercent = 1}};
-    }
     ~MonitorFixture() override {
         monitor.reset();
         dispatcher.runUntilIdle();
     }
 
-    void build() {
-        CollectionSources sources{
-            .cpu = std::move(cpuSource),
-            .memory = std::move(memorySource),
-            .disk = std::make_unique<FakeDiskSource>(),
-            .network = std::make_unique<FakeNetworkSource>(),
-            .power = std::make_unique<FakePowerSource>(),
-            .gpu = std::make_unique<FakeGpuSource>(),
-            .system = std::make_unique<FakeSystemInfoSource>(),
-        };
+    // Fresh fakes on each call, on virtual time; `cpu` and `storage` point at the newest.
+    MonitorDependencies dependencies(AlertManager& alertManager) {
+        auto clockedCpu = std::make_unique<ClockedCpuSource>();
+        clockedCpu->clock = &dispatcher.virtualClock();
+        cpu = clockedCpu.get();
         storage = std::make_shared<MetricsStorage>(MonitorConfig{}, dir / "data",
                                                    dispatcher.clock(), dir / "logs");
-        monitor = PerformanceMonitor::create({
+        return {
             .dispatcher = &dispatcher,
-            .alertManager = &alerts,
+            .alertManager = &alertManager,
             .preferences = preferences,
             .collector = std::make_shared<MetricsAggregator>(
-                std::move(sources), ProcessSources{.processes = processes}, dispatcher),
+                CollectionSources{
+                    .cpu = std::move(clockedCpu),
+                    .memory = std::make_unique<FakeMemorySource>(),
+                    .disk = std::make_unique<FakeDiskSource>(),
+                    .network = std::make_unique<FakeNetworkSource>(),
+                    .power = std::make_unique<FakePowerSource>(),
+                    .gpu = std::make_unique<FakeGpuSource>(),
+                    .system = std::make_unique<FakeSystemInfoSource>(),
+                },
+                ProcessSources{.processes = processes}, dispatcher),
             .storage = storage,
             .makeHECClient = MonitorDependencies::hecClientFactory(dispatcher.clock(), hecOptions),
             .observeWake =
@@ -144,28 +142,15 @@ class MonitorFixture : public ::testing::Test {
                 },
             .makePathMonitor = [this] { return std::make_unique<FakePaths::Monitor>(paths); },
             .powerSources = power,
-        });
+        };
+    }
+
+    void build() {
+        monitor = PerformanceMonitor::create(dependencies(alerts));
         dispatcher.runUntilIdle();
     }
 
-    StoredLines stored() const {
-        StoredLines lines;
-        for (const auto& file : std::filesystem::directory_iterator(dir / "data" / "metrics")) {
-            const std::string text = readFile(file.path());
-            for (size_t start = 0, end; start < text.size(); start = end + 1) {
-                end = text.find('\n', start);
-                const std::string_view line(text.data() + start, end - start);
-                if (line.find("\"event_type\"") != std::string_view::npos) {
-                    lines.watched.push_back(*decodeJson<WatchedProcessEvent>(line));
-                } else if (isEventLine(line)) {
-                    lines.alerts.push_back(*decodeJson<AlertEvent>(line));
-                } else {
-                    lines.samples.push_back(*decodeJson<SystemMetrics>(line));
-                }
-            }
-        }
-        return lines;
-    }
+    StoredLines stored() const { return StoredLines(dir / "data" / "metrics"); }
 
     // Audit entries logged so far whose text begins with "[action]".
     std::vector<std::string> audits(const std::string& action) const {
@@ -179,11 +164,7 @@ class MonitorFixture : public ::testing::Test {
     std::shared_ptr<MemoryPreferencesStore> preferences =
         std::make_shared<MemoryPreferencesStore>();
     TempDir dir;
-    // Handed to the collector in build(); steered through the plain pointers.
-    std::unique_ptr<ClockedCpuSource> cpuSource = std::make_unique<ClockedCpuSource>();
-    std::unique_ptr<FakeMemorySource> memorySource = std::make_unique<FakeMemorySource>();
-    ClockedCpuSource* cpu = cpuSource.get();
-    FakeMemorySource* memory = memorySource.get();
+    ClockedCpuSource* cpu = nullptr;
     std::shared_ptr<FakeProcessList> processes = std::make_shared<FakeProcessList>();
     std::shared_ptr<FakePowerSource> power = std::make_shared<FakePowerSource>();
     FakePaths paths;

@@ -3,7 +3,14 @@
 namespace ostrel::testing {
 namespace {
 
-using PinsTest = MonitorFixture;
+class PinsTest : public MonitorFixture {
+  protected:
+    PinsTest() {
+        processes->processes = {{.pid = 10, .name = "Chrome Helper", .user = "ana"},
+                                {.pid = 11, .name = "chrome", .user = "ana"},
+                                {.pid = 12, .name = "Safari", .user = "ana"}};
+    }
+};
 
 std::vector<std::string> patternsOf(const std::vector<WatchedProcessMetrics>& watched) {
     std::vector<std::string> patterns;

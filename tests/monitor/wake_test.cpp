@@ -64,13 +64,22 @@ TEST_F(WakeTest, AWakeSamplesAtOnceAndWaitsForTheNetworkByThePowerSourceList) {
     EXPECT_EQ(monitor->networkWaitTimeout(), 30.0);
 }
 
-TEST_F(WakeTest, ANetworkBackWithTheEndpointDownSkipsTheUploadWithTheError) {
-    runWithUploadTo(deadEndpoint());
+TEST_F(WakeTest, ANetworkBackUploadsAtOnceOnlyWhileTheEndpointAnswers) {
+    runWithUploadTo(server.url());
     wake();
-    dispatcher.advance(10s);
     paths.report(false);
     dispatcher.runUntilIdle();
     EXPECT_EQ(paths.active.size(), 1u) << "only a usable path ends the wait";
+    paths.report(true);
+    dispatcher.runUntilIdle();
+    EXPECT_EQ(server.events().size(), 2u);
+    EXPECT_EQ(monitor->lastUploadCount.get(), 2);
+
+    MonitorConfig config = monitor->currentConfig();
+    config.hecEndpoint = deadEndpoint();
+    monitor->configure(config);
+    wake();
+    dispatcher.advance(10s);
     paths.report(true);
     dispatcher.runUntilIdle();
     const auto skipped = audits("upload_skipped");
@@ -78,17 +87,9 @@ TEST_F(WakeTest, ANetworkBackWithTheEndpointDownSkipsTheUploadWithTheError) {
     EXPECT_TRUE(
         skipped[0].starts_with("[upload_skipped] reason=hec_unreachable_after_wake, error="));
     EXPECT_EQ(log.matching("HEC unreachable after wake: ").size(), 1u);
+    EXPECT_EQ(server.events().size(), 2u);
     dispatcher.advance(60s);
     EXPECT_TRUE(log.matching("Network unavailable after wake").empty());
-}
-
-TEST_F(WakeTest, ANetworkBackWithTheEndpointUpUploadsAtOnce) {
-    runWithUploadTo(server.url());
-    wake();
-    paths.report(true);
-    dispatcher.runUntilIdle();
-    EXPECT_EQ(server.events().size(), 2u);
-    EXPECT_EQ(monitor->lastUploadCount.get(), 2);
 }
 
 TEST_F(WakeTest, ConnectionTestsEndInTheTextsAUserCanActOn) {
