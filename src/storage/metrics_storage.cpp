@@ -7,13 +7,9 @@
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
+#include "storage/metric_lines.h"
 
 namespace ostrel {
-namespace {
-
-constexpr std::string_view kFilePrefix = "metrics-";
-
-}  // namespace
 
 MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const Clock& clock,
                                Path logsDirectory)
@@ -112,8 +108,7 @@ MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
     std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
                                                            : Formatters::dailyRotation(now);
     if (currentMetricsDate_ != stamp || !currentMetricsFile_) {
-        currentMetricsFile_ = metricsDirectory_ / (std::string(kFilePrefix) + stamp + "." +
-                                                   std::string(Constants::Storage::fileExtension));
+        currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
         currentMetricsDate_ = std::move(stamp);
     }
     return *currentMetricsFile_;

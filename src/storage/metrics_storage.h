@@ -100,6 +100,7 @@ class MetricsStorage {
 
   private:
     static constexpr int kPruneCheckInterval = 10;
+    static constexpr double kBytesPerMB = 1024.0 * 1024.0;
     static constexpr double kHealthCacheValiditySeconds = 30.0;
     static constexpr std::string_view kPendingFilename = "pending.jsonl";
 

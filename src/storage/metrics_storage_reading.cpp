@@ -8,7 +8,6 @@
 #include "platform/file_system.h"
 #include "platform/parallel_for.h"
 #include "platform/prefault.h"
-#include "records/constants.h"
 #include "records/formatters.h"
 #include "storage/metric_lines.h"
 #include "storage/metrics_storage.h"
@@ -16,7 +15,6 @@
 namespace ostrel {
 namespace {
 
-constexpr double kBytesPerMB = 1024.0 * 1024.0;
 // One record stands for this many bytes in the estimate: no file is read for it.
 constexpr double kBytesPerRecordEstimate = 1100.0;
 constexpr size_t kTimestampSlice = 4096;
@@ -28,10 +26,9 @@ constexpr size_t kLastLineLimit = 1 << 20;
 std::optional<std::vector<MetricsStorage::Path>> MetricsStorage::metricsFiles() const {
     auto entries = files::listDirectory(metricsDirectory_);
     if (!entries) return std::nullopt;
-    const std::string extension = "." + std::string(Constants::Storage::fileExtension);
     std::vector<Path> found;
     for (auto& entry : *entries) {
-        if (entry.extension() == extension) found.push_back(std::move(entry));
+        if (metric_lines::isJsonl(entry)) found.push_back(std::move(entry));
     }
     // Names carry the stamp, so this is oldest first. Compared without the extension, so a
     // daily name sorts before the hours of its day ("-" sorts before ".").
