@@ -105,12 +105,9 @@ MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
     // Read the zone afresh, so a change of zone shows in the next name.
     ::tzset();
     const Date now = clock_.now();
-    std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
-                                                           : Formatters::dailyRotation(now);
-    if (currentMetricsDate_ != stamp || !currentMetricsFile_) {
-        currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
-        currentMetricsDate_ = std::move(stamp);
-    }
+    const std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
+                                                                 : Formatters::dailyRotation(now);
+    currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
     return *currentMetricsFile_;
 }
 

@@ -134,7 +134,6 @@ class MetricsStorage {
     mutable std::mutex fileHandleLock_;
     MonitorConfig config_;
     std::optional<Path> currentMetricsFile_;
-    std::optional<std::string> currentMetricsDate_;
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
 

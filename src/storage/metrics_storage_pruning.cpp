@@ -106,7 +106,6 @@ void MetricsStorage::clearAll() {
     {
         std::lock_guard lock(fileHandleLock_);
         currentMetricsFile_.reset();
-        currentMetricsDate_.reset();
     }
     invalidateAllCaches();
     clearUploadQueue();
