@@ -139,8 +139,11 @@ class MetricsStorage {
 
     // Guards the health cache only; never taken while fileHandleLock_ is held.
     std::mutex cacheLock_;
-    std::optional<StorageHealth> cachedHealth_;
-    std::optional<Duration> healthCacheTimestamp_;
+    struct CachedHealth {
+        StorageHealth health;
+        Duration madeAt;  // monotonic
+    };
+    std::optional<CachedHealth> cachedHealth_;
 };
 
 }  // namespace ostrel

@@ -174,16 +174,15 @@ void MetricsStorage::invalidateCache() {}
 void MetricsStorage::invalidateAllCaches() {
     std::lock_guard lock(cacheLock_);
     cachedHealth_.reset();
-    healthCacheTimestamp_.reset();
 }
 
 StorageHealth MetricsStorage::getHealth() {
     {
         std::lock_guard lock(cacheLock_);
-        if (cachedHealth_ && healthCacheTimestamp_ &&
-            std::chrono::duration<double>(clock_.monotonic() - *healthCacheTimestamp_).count() <
+        if (cachedHealth_ &&
+            std::chrono::duration<double>(clock_.monotonic() - cachedHealth_->madeAt).count() <
                 kHealthCacheValiditySeconds) {
-            return *cachedHealth_;
+            return cachedHealth_->health;
         }
     }
     // The slow part runs outside the cache lock: two callers may both compute, the last wins.
@@ -211,8 +210,7 @@ StorageHealth MetricsStorage::getHealth() {
     }
 
     std::lock_guard lock(cacheLock_);
-    cachedHealth_ = health;
-    healthCacheTimestamp_ = clock_.monotonic();
+    cachedHealth_ = CachedHealth{health, clock_.monotonic()};
     return health;
 }
 
