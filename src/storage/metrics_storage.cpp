@@ -71,7 +71,6 @@ tl::expected<void, StorageError> MetricsStorage::save(const SystemMetrics& metri
     if (auto written = writeRecord(metrics, [&] { return config.uploadEnabled; }); !written) {
         return written;
     }
-    invalidateCache();
     bool pruneDue = false;
     {
         std::lock_guard lock(fileHandleLock_);
