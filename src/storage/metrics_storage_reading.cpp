@@ -84,35 +84,32 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
         for (size_t i = 0; i < files.size(); ++i)
             body(i);
     };
-    std::vector<std::optional<std::vector<SystemMetrics>>> slots(files.size());
-    forEachFile([&](size_t i) { slots[i] = loadMetricsFromFile(files[i]); });
-    size_t total = 0, filled = 0;
-    for (const auto& slot : slots) {
-        if (slot && !slot->empty()) {
-            total += slot->size();
-            ++filled;
-        }
+    // An unreadable file leaves its slot empty.
+    std::vector<std::vector<SystemMetrics>> slots(files.size());
+    forEachFile([&](size_t i) {
+        if (auto loaded = loadMetricsFromFile(files[i])) slots[i] = std::move(*loaded);
+    });
+    std::vector<size_t> offsets(slots.size() + 1, 0);
+    size_t filled = 0;
+    for (size_t i = 0; i < slots.size(); ++i) {
+        offsets[i + 1] = offsets[i] + slots[i].size();
+        filled += slots[i].empty() ? 0 : 1;
     }
     if (filled == 1) {
-        for (auto& slot : slots) {
-            if (slot && !slot->empty()) return std::move(*slot);
-        }
+        return std::move(*std::find_if(slots.begin(), slots.end(),
+                                       [](const auto& slot) { return !slot.empty(); }));
     }
     // Joined the same way: each file's samples move to their own range, and the emptied
     // arrays are freed on the same threads.
-    std::vector<size_t> offsets(slots.size() + 1, 0);
-    for (size_t i = 0; i < slots.size(); ++i) {
-        offsets[i + 1] = offsets[i] + (slots[i] ? slots[i]->size() : 0);
-    }
+    const size_t total = offsets.back();
     std::vector<SystemMetrics> joined;
     joined.reserve(total);
     prefaultForWriting(joined.data(), total * sizeof(SystemMetrics));
     joined.resize(total);
     forEachFile([&](size_t i) {
-        if (!slots[i]) return;
-        std::move(slots[i]->begin(), slots[i]->end(),
+        std::move(slots[i].begin(), slots[i].end(),
                   joined.begin() + static_cast<ptrdiff_t>(offsets[i]));
-        slots[i].reset();
+        slots[i] = std::vector<SystemMetrics>();
     });
     return joined;
 }
