@@ -137,24 +137,21 @@ std::vector<Event> MetricsStorage::loadEvents(std::optional<std::string_view> da
 namespace {
 
 // Later first; a stable sort keeps events of the same second in file order.
-void newestFirst(std::vector<AlertEvent>& events) {
+std::vector<AlertEvent> newestFirst(std::vector<AlertEvent> events) {
     std::stable_sort(events.begin(), events.end(), [](const AlertEvent& a, const AlertEvent& b) {
         return a.timestamp > b.timestamp;
     });
+    return events;
 }
 
 }  // namespace
 
 std::vector<AlertEvent> MetricsStorage::loadAlertEvents(std::string_view day) const {
-    auto events = loadEvents<AlertEvent>(day, metric_lines::decodeAlertEvents);
-    newestFirst(events);
-    return events;
+    return newestFirst(loadEvents<AlertEvent>(day, metric_lines::decodeAlertEvents));
 }
 
 std::vector<AlertEvent> MetricsStorage::loadAllAlertEvents() const {
-    auto events = loadEvents<AlertEvent>(std::nullopt, metric_lines::decodeAlertEvents);
-    newestFirst(events);
-    return events;
+    return newestFirst(loadEvents<AlertEvent>(std::nullopt, metric_lines::decodeAlertEvents));
 }
 
 std::vector<WatchedProcessEvent> MetricsStorage::loadWatchedProcessEvents(
