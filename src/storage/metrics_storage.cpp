@@ -13,9 +13,8 @@ namespace ostrel {
 
 MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const Clock& clock,
                                Path logsDirectory)
-    : baseDirectory_(std::move(baseDirectory)),
-      metricsDirectory_(baseDirectory_ / Constants::Storage::metricsFolder),
-      uploadDirectory_(baseDirectory_ / Constants::Storage::uploadFolder),
+    : metricsDirectory_(baseDirectory / Constants::Storage::metricsFolder),
+      uploadDirectory_(baseDirectory / Constants::Storage::uploadFolder),
       logsDirectory_(std::move(logsDirectory)),
       clock_(clock),
       config_(std::move(config)) {

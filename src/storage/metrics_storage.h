@@ -43,10 +43,6 @@ class MetricsStorage {
     MetricsStorage(const MetricsStorage&) = delete;
     MetricsStorage& operator=(const MetricsStorage&) = delete;
 
-    const Path& baseDirectory() const { return baseDirectory_; }
-    const Path& metricsDirectory() const { return metricsDirectory_; }
-    const Path& uploadDirectory() const { return uploadDirectory_; }
-
     // --- writing ---------------------------------------------------------------------------
     void updateConfig(MonitorConfig config);
     // Appends the sample to the current file and, with upload on, to the queue. Does nothing,
@@ -123,7 +119,6 @@ class MetricsStorage {
     template <class Event, class Decode>
     std::vector<Event> loadEvents(std::optional<std::string_view> day, Decode decode) const;
 
-    const Path baseDirectory_;
     const Path metricsDirectory_;
     const Path uploadDirectory_;
     const Path logsDirectory_;
