@@ -39,13 +39,16 @@ std::optional<MetricsStorage::Path> MetricsStorage::currentFileCopy() const {
     return currentMetricsFile_;
 }
 
-tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const {
-    for (const Path* folder : {&metricsDirectory_, &logsDirectory_}) {
-        if (auto error = files::makeDirectories(*folder)) {
-            return tl::unexpected(StorageError::fileSystem(error, *folder));
-        }
+tl::expected<void, StorageError> MetricsStorage::ensureDirectory(const Path& folder) {
+    if (auto error = files::makeDirectories(folder)) {
+        return tl::unexpected(StorageError::fileSystem(error, folder));
     }
     return {};
+}
+
+tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const {
+    if (auto made = ensureDirectory(metricsDirectory_); !made) return made;
+    return ensureDirectory(logsDirectory_);
 }
 
 template <class Record, class UploadEnabled>

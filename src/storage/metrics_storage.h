@@ -100,8 +100,9 @@ class MetricsStorage {
     static constexpr double kHealthCacheValiditySeconds = 30.0;
     static constexpr std::string_view kPendingFilename = "pending.jsonl";
 
+    // Makes the folder with its parents unless something stands at the path already.
+    static tl::expected<void, StorageError> ensureDirectory(const Path& folder);
     tl::expected<void, StorageError> ensureDirectoriesExist() const;
-    tl::expected<void, StorageError> ensureUploadDirectoryExists() const;
     // Encodes the record to one line and appends it to the current file, then, if
     // `uploadEnabled()` says so, to the queue.
     template <class Record, class UploadEnabled>

@@ -27,15 +27,9 @@ std::vector<std::filesystem::path> uploadingFiles(
 
 }  // namespace
 
-tl::expected<void, StorageError> MetricsStorage::ensureUploadDirectoryExists() const {
-    if (auto error = files::makeDirectories(uploadDirectory_)) {
-        return tl::unexpected(StorageError::fileSystem(error, uploadDirectory_));
-    }
-    return {};
-}
-
 tl::expected<void, StorageError> MetricsStorage::copyToUploadQueue(std::string_view line) {
-    if (auto ready = ensureUploadDirectoryExists(); !ready) return ready;
+    // Made at the first line, not at start.
+    if (auto ready = ensureDirectory(uploadDirectory_); !ready) return ready;
     const Path pending = uploadDirectory_ / kPendingFilename;
     // Only to keep writers apart; the swap takes no lock and may rename the file at any
     // moment. A line written through a handle opened just before the rename lands in the
