@@ -25,7 +25,6 @@ struct FileStatus {
 };
 
 std::optional<FileStatus> status(const std::filesystem::path& path);
-bool exists(const std::filesystem::path& path);
 
 // Makes the folder and its parents when nothing stands at the path yet.
 std::error_code makeDirectories(const std::filesystem::path& path);

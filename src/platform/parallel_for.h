@@ -6,8 +6,8 @@
 namespace ostrel {
 
 // Runs `body(i)` for every i in [0, count) on up to one thread per core, the caller's among
-// them, and returns when all have finished. Order of completion is unspecified; callers
-// that need order write into slots of their own index.
+// them, and returns when all have finished. Indices finish in any order; callers that need
+// order write into slots of their own index.
 void parallelFor(size_t count, const std::function<void(size_t)>& body);
 
 }  // namespace ostrel

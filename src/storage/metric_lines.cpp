@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "records/constants.h"
 #include "records/record_json.h"
 
 namespace ostrel::metric_lines {
@@ -70,6 +71,19 @@ std::optional<std::string> timestampIn(std::string_view text) {
 
 std::string_view firstLine(std::string_view head) {
     return head.substr(0, head.find('\n'));
+}
+
+std::string jsonlName(std::string_view stem) {
+    return std::string(stem) + "." + std::string(Constants::Storage::fileExtension);
+}
+
+bool isJsonl(const std::filesystem::path& file) {
+    static const std::filesystem::path extension = jsonlName("");  // ".jsonl"
+    return file.extension() == extension;
+}
+
+std::string metricFileName(std::string_view stamp) {
+    return jsonlName(std::string(kFilePrefix) + std::string(stamp));
 }
 
 std::string dayOfFile(std::string_view fileName) {

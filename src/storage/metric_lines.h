@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,12 @@ std::vector<WatchedProcessEvent> decodeWatchedProcessEvents(std::string_view tex
 std::optional<std::string> timestampIn(std::string_view text);
 // The first line of a file's head: what stands before its first line feed.
 std::string_view firstLine(std::string_view head);
+
+// "<stem>.jsonl": the name of a metric file or of a queue file.
+std::string jsonlName(std::string_view stem);
+bool isJsonl(const std::filesystem::path& file);
+// "2026-11-15" -> "metrics-2026-11-15.jsonl"
+std::string metricFileName(std::string_view stamp);
 
 // "metrics-2026-11-15-07.jsonl" -> "2026-11-15"; a name without the prefix gives the first
 // ten characters of its stem.

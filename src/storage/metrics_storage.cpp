@@ -7,19 +7,14 @@
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
+#include "storage/metric_lines.h"
 
 namespace ostrel {
-namespace {
-
-constexpr std::string_view kFilePrefix = "metrics-";
-
-}  // namespace
 
 MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const Clock& clock,
                                Path logsDirectory)
-    : baseDirectory_(std::move(baseDirectory)),
-      metricsDirectory_(baseDirectory_ / Constants::Storage::metricsFolder),
-      uploadDirectory_(baseDirectory_ / Constants::Storage::uploadFolder),
+    : metricsDirectory_(baseDirectory / Constants::Storage::metricsFolder),
+      uploadDirectory_(baseDirectory / Constants::Storage::uploadFolder),
       logsDirectory_(std::move(logsDirectory)),
       clock_(clock),
       config_(std::move(config)) {
@@ -44,13 +39,16 @@ std::optional<MetricsStorage::Path> MetricsStorage::currentFileCopy() const {
     return currentMetricsFile_;
 }
 
-tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const {
-    for (const Path* folder : {&metricsDirectory_, &logsDirectory_}) {
-        if (auto error = files::makeDirectories(*folder)) {
-            return tl::unexpected(StorageError::fileSystem(error, *folder));
-        }
+tl::expected<void, StorageError> MetricsStorage::ensureDirectory(const Path& folder) {
+    if (auto error = files::makeDirectories(folder)) {
+        return tl::unexpected(StorageError::fileSystem(error, folder));
     }
     return {};
+}
+
+tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const {
+    if (auto made = ensureDirectory(metricsDirectory_); !made) return made;
+    return ensureDirectory(logsDirectory_);
 }
 
 template <class Record, class UploadEnabled>
@@ -75,7 +73,6 @@ tl::expected<void, StorageError> MetricsStorage::save(const SystemMetrics& metri
     if (auto written = writeRecord(metrics, [&] { return config.uploadEnabled; }); !written) {
         return written;
     }
-    invalidateCache();
     bool pruneDue = false;
     {
         std::lock_guard lock(fileHandleLock_);
@@ -109,13 +106,9 @@ MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
     // Read the zone afresh, so a change of zone shows in the next name.
     ::tzset();
     const Date now = clock_.now();
-    std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
-                                                           : Formatters::dailyRotation(now);
-    if (currentMetricsDate_ != stamp || !currentMetricsFile_) {
-        currentMetricsFile_ = metricsDirectory_ / (std::string(kFilePrefix) + stamp + "." +
-                                                   std::string(Constants::Storage::fileExtension));
-        currentMetricsDate_ = std::move(stamp);
-    }
+    const std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
+                                                                 : Formatters::dailyRotation(now);
+    currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
     return *currentMetricsFile_;
 }
 

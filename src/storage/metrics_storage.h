@@ -43,10 +43,6 @@ class MetricsStorage {
     MetricsStorage(const MetricsStorage&) = delete;
     MetricsStorage& operator=(const MetricsStorage&) = delete;
 
-    const Path& baseDirectory() const { return baseDirectory_; }
-    const Path& metricsDirectory() const { return metricsDirectory_; }
-    const Path& uploadDirectory() const { return uploadDirectory_; }
-
     // --- writing ---------------------------------------------------------------------------
     void updateConfig(MonitorConfig config);
     // Appends the sample to the current file and, with upload on, to the queue. Does nothing,
@@ -100,11 +96,13 @@ class MetricsStorage {
 
   private:
     static constexpr int kPruneCheckInterval = 10;
+    static constexpr double kBytesPerMB = 1024.0 * 1024.0;
     static constexpr double kHealthCacheValiditySeconds = 30.0;
     static constexpr std::string_view kPendingFilename = "pending.jsonl";
 
+    // Makes the folder with its parents unless something stands at the path already.
+    static tl::expected<void, StorageError> ensureDirectory(const Path& folder);
     tl::expected<void, StorageError> ensureDirectoriesExist() const;
-    tl::expected<void, StorageError> ensureUploadDirectoryExists() const;
     // Encodes the record to one line and appends it to the current file, then, if
     // `uploadEnabled()` says so, to the queue.
     template <class Record, class UploadEnabled>
@@ -122,7 +120,6 @@ class MetricsStorage {
     template <class Event, class Decode>
     std::vector<Event> loadEvents(std::optional<std::string_view> day, Decode decode) const;
 
-    const Path baseDirectory_;
     const Path metricsDirectory_;
     const Path uploadDirectory_;
     const Path logsDirectory_;
@@ -133,14 +130,16 @@ class MetricsStorage {
     mutable std::mutex fileHandleLock_;
     MonitorConfig config_;
     std::optional<Path> currentMetricsFile_;
-    std::optional<std::string> currentMetricsDate_;
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
 
     // Guards the health cache only; never taken while fileHandleLock_ is held.
     std::mutex cacheLock_;
-    std::optional<StorageHealth> cachedHealth_;
-    std::optional<Duration> healthCacheTimestamp_;
+    struct CachedHealth {
+        StorageHealth health;
+        Duration madeAt;  // monotonic
+    };
+    std::optional<CachedHealth> cachedHealth_;
 };
 
 }  // namespace ostrel

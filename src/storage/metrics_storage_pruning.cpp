@@ -9,8 +9,6 @@
 namespace ostrel {
 namespace {
 
-constexpr double kBytesPerMB = 1024.0 * 1024.0;
-
 // `days` calendar days before `now` in the local calendar, so a day with a clock change
 // still counts as one day. Absent when no such date exists.
 std::optional<Date> calendarDaysBefore(Date now, int64_t days) {
@@ -108,7 +106,6 @@ void MetricsStorage::clearAll() {
     {
         std::lock_guard lock(fileHandleLock_);
         currentMetricsFile_.reset();
-        currentMetricsDate_.reset();
     }
     invalidateAllCaches();
     clearUploadQueue();

@@ -8,7 +8,6 @@
 #include "platform/file_system.h"
 #include "platform/parallel_for.h"
 #include "platform/prefault.h"
-#include "records/constants.h"
 #include "records/formatters.h"
 #include "storage/metric_lines.h"
 #include "storage/metrics_storage.h"
@@ -16,7 +15,6 @@
 namespace ostrel {
 namespace {
 
-constexpr double kBytesPerMB = 1024.0 * 1024.0;
 // One record stands for this many bytes in the estimate: no file is read for it.
 constexpr double kBytesPerRecordEstimate = 1100.0;
 constexpr size_t kTimestampSlice = 4096;
@@ -28,10 +26,9 @@ constexpr size_t kLastLineLimit = 1 << 20;
 std::optional<std::vector<MetricsStorage::Path>> MetricsStorage::metricsFiles() const {
     auto entries = files::listDirectory(metricsDirectory_);
     if (!entries) return std::nullopt;
-    const std::string extension = "." + std::string(Constants::Storage::fileExtension);
     std::vector<Path> found;
     for (auto& entry : *entries) {
-        if (entry.extension() == extension) found.push_back(std::move(entry));
+        if (metric_lines::isJsonl(entry)) found.push_back(std::move(entry));
     }
     // Names carry the stamp, so this is oldest first. Compared without the extension, so a
     // daily name sorts before the hours of its day ("-" sorts before ".").
@@ -87,35 +84,32 @@ std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector
         for (size_t i = 0; i < files.size(); ++i)
             body(i);
     };
-    std::vector<std::optional<std::vector<SystemMetrics>>> slots(files.size());
-    forEachFile([&](size_t i) { slots[i] = loadMetricsFromFile(files[i]); });
-    size_t total = 0, filled = 0;
-    for (const auto& slot : slots) {
-        if (slot && !slot->empty()) {
-            total += slot->size();
-            ++filled;
-        }
+    // An unreadable file leaves its slot empty.
+    std::vector<std::vector<SystemMetrics>> slots(files.size());
+    forEachFile([&](size_t i) {
+        if (auto loaded = loadMetricsFromFile(files[i])) slots[i] = std::move(*loaded);
+    });
+    std::vector<size_t> offsets(slots.size() + 1, 0);
+    size_t filled = 0;
+    for (size_t i = 0; i < slots.size(); ++i) {
+        offsets[i + 1] = offsets[i] + slots[i].size();
+        filled += slots[i].empty() ? 0 : 1;
     }
     if (filled == 1) {
-        for (auto& slot : slots) {
-            if (slot && !slot->empty()) return std::move(*slot);
-        }
+        return std::move(*std::find_if(slots.begin(), slots.end(),
+                                       [](const auto& slot) { return !slot.empty(); }));
     }
     // Joined the same way: each file's samples move to their own range, and the emptied
     // arrays are freed on the same threads.
-    std::vector<size_t> offsets(slots.size() + 1, 0);
-    for (size_t i = 0; i < slots.size(); ++i) {
-        offsets[i + 1] = offsets[i] + (slots[i] ? slots[i]->size() : 0);
-    }
+    const size_t total = offsets.back();
     std::vector<SystemMetrics> joined;
     joined.reserve(total);
     prefaultForWriting(joined.data(), total * sizeof(SystemMetrics));
     joined.resize(total);
     forEachFile([&](size_t i) {
-        if (!slots[i]) return;
-        std::move(slots[i]->begin(), slots[i]->end(),
+        std::move(slots[i].begin(), slots[i].end(),
                   joined.begin() + static_cast<ptrdiff_t>(offsets[i]));
-        slots[i].reset();
+        slots[i] = std::vector<SystemMetrics>();
     });
     return joined;
 }
@@ -143,24 +137,21 @@ std::vector<Event> MetricsStorage::loadEvents(std::optional<std::string_view> da
 namespace {
 
 // Later first; a stable sort keeps events of the same second in file order.
-void newestFirst(std::vector<AlertEvent>& events) {
+std::vector<AlertEvent> newestFirst(std::vector<AlertEvent> events) {
     std::stable_sort(events.begin(), events.end(), [](const AlertEvent& a, const AlertEvent& b) {
         return a.timestamp > b.timestamp;
     });
+    return events;
 }
 
 }  // namespace
 
 std::vector<AlertEvent> MetricsStorage::loadAlertEvents(std::string_view day) const {
-    auto events = loadEvents<AlertEvent>(day, metric_lines::decodeAlertEvents);
-    newestFirst(events);
-    return events;
+    return newestFirst(loadEvents<AlertEvent>(day, metric_lines::decodeAlertEvents));
 }
 
 std::vector<AlertEvent> MetricsStorage::loadAllAlertEvents() const {
-    auto events = loadEvents<AlertEvent>(std::nullopt, metric_lines::decodeAlertEvents);
-    newestFirst(events);
-    return events;
+    return newestFirst(loadEvents<AlertEvent>(std::nullopt, metric_lines::decodeAlertEvents));
 }
 
 std::vector<WatchedProcessEvent> MetricsStorage::loadWatchedProcessEvents(
@@ -177,16 +168,15 @@ void MetricsStorage::invalidateCache() {}
 void MetricsStorage::invalidateAllCaches() {
     std::lock_guard lock(cacheLock_);
     cachedHealth_.reset();
-    healthCacheTimestamp_.reset();
 }
 
 StorageHealth MetricsStorage::getHealth() {
     {
         std::lock_guard lock(cacheLock_);
-        if (cachedHealth_ && healthCacheTimestamp_ &&
-            std::chrono::duration<double>(clock_.monotonic() - *healthCacheTimestamp_).count() <
+        if (cachedHealth_ &&
+            std::chrono::duration<double>(clock_.monotonic() - cachedHealth_->madeAt).count() <
                 kHealthCacheValiditySeconds) {
-            return *cachedHealth_;
+            return cachedHealth_->health;
         }
     }
     // The slow part runs outside the cache lock: two callers may both compute, the last wins.
@@ -214,8 +204,7 @@ StorageHealth MetricsStorage::getHealth() {
     }
 
     std::lock_guard lock(cacheLock_);
-    cachedHealth_ = health;
-    healthCacheTimestamp_ = clock_.monotonic();
+    cachedHealth_ = CachedHealth{health, clock_.monotonic()};
     return health;
 }
 

@@ -6,7 +6,7 @@
 
 #include "logging/logger.h"
 #include "platform/file_system.h"
-#include "records/constants.h"
+#include "storage/metric_lines.h"
 #include "storage/metrics_storage.h"
 
 namespace ostrel {
@@ -27,15 +27,9 @@ std::vector<std::filesystem::path> uploadingFiles(
 
 }  // namespace
 
-tl::expected<void, StorageError> MetricsStorage::ensureUploadDirectoryExists() const {
-    if (auto error = files::makeDirectories(uploadDirectory_)) {
-        return tl::unexpected(StorageError::fileSystem(error, uploadDirectory_));
-    }
-    return {};
-}
-
 tl::expected<void, StorageError> MetricsStorage::copyToUploadQueue(std::string_view line) {
-    if (auto ready = ensureUploadDirectoryExists(); !ready) return ready;
+    // Made at the first line, not at start.
+    if (auto ready = ensureDirectory(uploadDirectory_); !ready) return ready;
     const Path pending = uploadDirectory_ / kPendingFilename;
     // Only to keep writers apart; the swap takes no lock and may rename the file at any
     // moment. A line written through a handle opened just before the rename lands in the
@@ -59,8 +53,8 @@ std::vector<MetricsStorage::Path> MetricsStorage::swapPendingFileForUpload() {
 
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(clock_.now().time_since_epoch()).count();
-    const std::string name = std::string(kUploadingPrefix) + std::to_string(seconds) + "." +
-                             std::string(Constants::Storage::fileExtension);
+    const std::string name =
+        metric_lines::jsonlName(std::string(kUploadingPrefix) + std::to_string(seconds));
     const Path target = uploadDirectory_ / name;
     // Never over an existing name: that file's lines would be lost. The pending file then
     // waits for the next cycle.
@@ -95,7 +89,7 @@ void MetricsStorage::clearUploadQueue() {
     if (!entries) return;
     int64_t deleted = 0;
     for (const Path& entry : *entries) {
-        if (entry.extension() != "." + std::string(Constants::Storage::fileExtension)) continue;
+        if (!metric_lines::isJsonl(entry)) continue;
         (void)files::remove(entry);
         ++deleted;
     }

@@ -10,10 +10,6 @@
 namespace ostrel {
 namespace {
 
-bool isSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
 // The characters a URL may hold (RFC 3986: unreserved, reserved, and "%" for escapes).
 bool isUrlCharacter(char c) {
     if (std::isalnum(static_cast<unsigned char>(c))) return true;
@@ -78,11 +74,10 @@ Split splitURL(std::string_view url) {
 }  // namespace
 
 std::string trimmedSetting(std::string_view text) {
-    while (!text.empty() && isSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back()))
-        text.remove_suffix(1);
-    return std::string(text);
+    constexpr std::string_view kBlanks = " \t\n\r\v\f";
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
 }
 
 tl::expected<std::string, HECError> checkedEndpoint(std::string_view text) {

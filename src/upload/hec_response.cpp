@@ -2,6 +2,7 @@
 
 #include <simdjson.h>
 
+#include <optional>
 #include <string>
 
 namespace ostrel {
@@ -14,13 +15,13 @@ std::string utf8OrElse(std::string_view bytes, std::string_view fallback) {
     return std::string(bytes);
 }
 
-bool isSuccess(long status) {
-    return status >= 200 && status <= 299;
-}
-
-tl::expected<void, HECError> httpFailure(long status, std::string_view body) {
-    return tl::unexpected(
-        HECError::httpError(static_cast<int>(status), utf8OrElse(body, "Unknown error")));
+// What the status alone decides: no status at all, or one outside 2xx.
+std::optional<HECError> statusFailure(long status, std::string_view body) {
+    if (status <= 0) return HECError::invalidResponse();
+    if (status < 200 || status > 299) {
+        return HECError::httpError(static_cast<int>(status), utf8OrElse(body, "Unknown error"));
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -46,14 +47,12 @@ tl::expected<void, HECError> validateHECResponse(std::string_view body) {
 }
 
 tl::expected<void, HECError> classifyBatchResponse(long status, std::string_view body) {
-    if (status <= 0) return tl::unexpected(HECError::invalidResponse());
-    if (!isSuccess(status)) return httpFailure(status, body);
+    if (auto failure = statusFailure(status, body)) return tl::unexpected(std::move(*failure));
     return validateHECResponse(body);
 }
 
 tl::expected<void, HECError> classifyHealthResponse(long status, std::string_view body) {
-    if (status <= 0) return tl::unexpected(HECError::invalidResponse());
-    if (!isSuccess(status)) return httpFailure(status, body);
+    if (auto failure = statusFailure(status, body)) return tl::unexpected(std::move(*failure));
     return {};
 }
 

@@ -26,20 +26,19 @@ tl::expected<std::unique_ptr<SplunkHECClient>, HECError> SplunkHECClient::create
                              verifySSL ? "true" : "false"),
                  kNetwork);
     return std::unique_ptr<SplunkHECClient>(
-        new SplunkHECClient(std::move(*checked), trimmedSetting(token), std::move(index),
-                            std::move(sourcetype), verifySSL, std::move(options)));
+        new SplunkHECClient(std::move(*checked), trimmedSetting(token), index, sourcetype,
+                            verifySSL, std::move(options)));
 }
 
-SplunkHECClient::SplunkHECClient(std::string endpoint, std::string token, std::string index,
-                                 std::string sourcetype, bool verifySSL, HECClientOptions options)
+SplunkHECClient::SplunkHECClient(std::string endpoint, std::string token, std::string_view index,
+                                 std::string_view sourcetype, bool verifySSL,
+                                 HECClientOptions options)
     : endpoint_(std::move(endpoint)),
       token_(std::move(token)),
-      index_(std::move(index)),
-      sourcetype_(std::move(sourcetype)),
       verifySSL_(verifySSL),
       clock_(options.clock ? *options.clock : systemClock()),
       timeouts_(options.timeouts),
-      encoder_(index_, sourcetype_),
+      encoder_(index, sourcetype),
       session_(std::move(options.transport)) {}
 
 HttpTransport& SplunkHECClient::session() {

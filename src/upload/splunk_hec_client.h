@@ -50,25 +50,17 @@ class SplunkHECClient {
     // Succeeds if the collector's health resource answers with a 2xx. Logs every failure.
     tl::expected<void, HECFailure> testConnection();
 
-    const std::string& endpoint() const { return endpoint_; }
-    const std::string& token() const { return token_; }
-    const std::string& index() const { return index_; }
-    const std::string& sourcetype() const { return sourcetype_; }
-    bool verifySSL() const { return verifySSL_; }
-
     // Whether this process has warned that certificates go unchecked: once, for all clients.
     static std::atomic<bool> sslWarningLogged;
 
   private:
-    SplunkHECClient(std::string endpoint, std::string token, std::string index,
-                    std::string sourcetype, bool verifySSL, HECClientOptions options);
+    SplunkHECClient(std::string endpoint, std::string token, std::string_view index,
+                    std::string_view sourcetype, bool verifySSL, HECClientOptions options);
 
     HttpTransport& session();
 
     const std::string endpoint_;
     const std::string token_;
-    const std::string index_;
-    const std::string sourcetype_;
     const bool verifySSL_;
     const Clock& clock_;
     const HECTimeouts timeouts_;

@@ -22,10 +22,11 @@ class SmallDisk {
         mounted_ = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                    ::mount("tmpfs", where_.c_str(), "tmpfs", 0, "size=128k") == 0;
+        ::getrlimit(RLIMIT_FSIZE, &saved_);
     }
     ~SmallDisk() {
         if (mounted_) ::umount2(where_.c_str(), MNT_DETACH);
-        restoreLimit();
+        makeRoom();
     }
     bool isTmpfs() const { return mounted_; }
 
@@ -39,25 +40,18 @@ class SmallDisk {
             return;
         }
         ::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &saved_);
         // A few bytes of room, so the next line is cut half-way and has to be taken back.
         const rlimit limit{std::filesystem::file_size(file) + 10, saved_.rlim_max};
-        limited_ = ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
     }
     void makeRoom() {
         if (mounted_) std::filesystem::remove(where_ / "filler");
-        restoreLimit();
+        ::setrlimit(RLIMIT_FSIZE, &saved_);
     }
 
   private:
-    void restoreLimit() {
-        if (limited_) ::setrlimit(RLIMIT_FSIZE, &saved_);
-        limited_ = false;
-    }
-
     std::filesystem::path where_;
     bool mounted_ = false;
-    bool limited_ = false;
     rlimit saved_{};
 };
 

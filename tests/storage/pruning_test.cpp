@@ -25,9 +25,8 @@ class Pruning : public ::testing::Test, public testing::StoreFixture {
     }
     std::vector<std::string> remaining() {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(dir / "data/metrics")) {
+        for (const auto& entry : std::filesystem::directory_iterator(dir / "data/metrics"))
             names.push_back(entry.path().filename().string());
-        }
         std::sort(names.begin(), names.end());
         return names;
     }

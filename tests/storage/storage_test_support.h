@@ -33,23 +33,26 @@ inline SystemMetrics sample(const std::string& writer, int index) {
     m.cpu = CPUMetrics{.cpuCount = 4, .loadPercent = 1.5};
     return m;
 }
-inline std::string line(const SystemMetrics& m) {
-    return *encodeJson(m) + "\n";
-}
-
 inline AlertEvent alert(const std::string& writer, int index, Date when) {
     return {.timestamp = when,
             .hostname = writer + "-" + std::to_string(index),
             .alert = {.type = "cpu_high", .message = "High CPU", .value = "95.0"}};
 }
-inline std::string alertLine(const std::string& writer, const char* utc) {
-    return *encodeJson(alert(writer, 0, *Formatters::parseIso8601(utc))) + "\n";
+inline WatchedProcessEvent watched(const std::string& pattern) {
+    return {
+        .timestamp = "2026-11-15T10:00:00.000Z", .hostname = "h", .watched = {.pattern = pattern}};
 }
-inline std::string watchedLine(const std::string& pattern) {
-    return *encodeJson(WatchedProcessEvent{.timestamp = "2026-11-15T10:00:00.000Z",
-                                           .hostname = "h",
-                                           .watched = {.pattern = pattern}}) +
-           "\n";
+template <class Record>
+std::string line(const Record& record) {
+    return *encodeJson(record) + "\n";
+}
+
+template <class Record>
+std::vector<std::string> hosts(const std::vector<Record>& records) {
+    std::vector<std::string> result;
+    for (const auto& record : records)
+        result.push_back(record.hostname);
+    return result;
 }
 
 inline std::vector<std::string> linesOf(const std::filesystem::path& file) {

@@ -49,15 +49,6 @@ TEST_F(StorageWrite, ThreeKindsGoToOneFileAndTheQueueInOrder) {
     EXPECT_EQ(decodeJson<SystemMetrics>(lines[3])->hostname, "a-3");
     EXPECT_EQ(testing::readFile(upload("pending.jsonl")), testing::readFile(today()));
 
-    // Off: nothing written anywhere, and no error.
-    MonitorConfig off;
-    off.storageEnabled = false;
-    storage.updateConfig(off);
-    EXPECT_TRUE(storage.save(sample("a", 4)));
-    EXPECT_TRUE(storage.saveAlertEvent(testing::alert("a", 5, clock.now())));
-    EXPECT_EQ(linesOf(today()).size(), 4u);
-    EXPECT_EQ(linesOf(upload("pending.jsonl")).size(), 4u);
-
     storage.logAudit("monitor_stop");  // no details: no trailing blank
     EXPECT_EQ(log.entries().back().message, "[monitor_stop]");
 }
@@ -94,24 +85,28 @@ TEST_F(StorageWrite, HandleFollowsRotationAndChangesFromOutside) {
     storage.close();
     ASSERT_TRUE(storage.save(sample("a", 6)));
     ASSERT_TRUE(make(hourly).save(sample("a", 7)));
-    std::vector<std::string> hosts;
-    for (const auto& text : linesOf(eleven))
-        hosts.push_back(decodeJson<SystemMetrics>(text)->hostname);
-    EXPECT_EQ(hosts, (std::vector<std::string>{"a-3", "a-4", "a-5", "a-6", "a-7"}));
+    EXPECT_EQ(testing::hosts(*MetricsStorage::loadMetricsFromFile(eleven)),
+              (std::vector<std::string>{"a-3", "a-4", "a-5", "a-6", "a-7"}));
 }
 
 // Samples skipped while storage is off, failed samples and events do not count.
 TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
-    MonitorConfig config;
+    MonitorConfig config = testing::withUpload();
     config.maxStorageMB = 0;  // every check then announces itself
     auto storage = make(config);
     const auto checks = [&] { return log.matching("exceeds max 0MB, pruning").size(); };
-    for (int i = 0; i < 5; ++i)
-        ASSERT_TRUE(storage.save(sample("a", i)));
+    const auto saveSamples = [&](const char* writer, int count) {
+        for (int i = 0; i < count; ++i)
+            ASSERT_TRUE(storage.save(sample(writer, i)));
+    };
+    saveSamples("a", 5);
     config.storageEnabled = false;
     storage.updateConfig(config);
-    for (int i = 0; i < 10; ++i)
-        ASSERT_TRUE(storage.save(sample("off", i)));
+    saveSamples("off", 10);
+    EXPECT_TRUE(storage.saveAlertEvent(testing::alert("off", 0, clock.now())));
+    // Off: nothing written anywhere, and no error.
+    EXPECT_EQ(linesOf(today()).size(), 5u);
+    EXPECT_EQ(linesOf(upload("pending.jsonl")).size(), 5u);
     config.storageEnabled = true;
     storage.updateConfig(config);
     SystemMetrics broken = sample("nan", 0);
@@ -119,13 +114,11 @@ TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
     EXPECT_EQ(storage.save(broken).error().kind, StorageError::Kind::encodingFailed);
     for (int i = 0; i < 10; ++i)
         ASSERT_TRUE(storage.saveAlertEvent(testing::alert("e", i, clock.now())));
-    for (int i = 5; i < 9; ++i)
-        ASSERT_TRUE(storage.save(sample("a", i)));
+    saveSamples("a", 4);
     EXPECT_EQ(checks(), 0u);
-    ASSERT_TRUE(storage.save(sample("a", 9)));
+    saveSamples("a", 1);
     EXPECT_EQ(checks(), 1u);
-    for (int i = 10; i < 20; ++i)
-        ASSERT_TRUE(storage.save(sample("a", i)));
+    saveSamples("a", 10);
     EXPECT_EQ(checks(), 2u);
 }
 
@@ -151,18 +144,17 @@ TEST_F(StorageWrite, SwapHandsOverLeftoversFirstAndNeverOverwrites) {
     EXPECT_EQ(storage.pendingUploadCount(), 2);
 
     ASSERT_TRUE(storage.save(sample("a", 1)));
-    const auto first = storage.swapPendingFileForUpload();
+    auto queue = storage.swapPendingFileForUpload();
     const auto swapped =
         upload("uploading-" + std::to_string(std::chrono::system_clock::to_time_t(clock.now())) +
                ".jsonl");
-    ASSERT_EQ(first.size(), 3u);
-    EXPECT_EQ(first.back(), swapped);
-    // Same second, new line: the name is taken, so the pending file waits.
+    ASSERT_EQ(queue.size(), 3u);
+    EXPECT_EQ(queue.back(), swapped);
+    // Same second, new line: the name is taken, so the pending file waits, and the earlier
+    // file is now a leftover among the others, in name order.
     ASSERT_TRUE(storage.save(sample("a", 2)));
-    // The earlier file is now a leftover among the others, in name order.
-    auto leftoversNow = first;
-    std::sort(leftoversNow.begin(), leftoversNow.end());
-    EXPECT_EQ(storage.swapPendingFileForUpload(), leftoversNow);
+    std::sort(queue.begin(), queue.end());
+    EXPECT_EQ(storage.swapPendingFileForUpload(), queue);
     EXPECT_EQ(log.matching("Failed to swap pending file: ").size(), 1u);
     EXPECT_EQ(linesOf(swapped).size(), 1u);
     EXPECT_EQ(storage.pendingUploadCount(), 4);

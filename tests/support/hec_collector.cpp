@@ -57,6 +57,13 @@ size_t objectLength(std::string_view text) {
 
 enum class EventProblem { none, invalid, missingEvent, blankEvent };
 
+// The JSON text of a nested object or array, byte for byte as sent.
+template <class Nested>
+bool rawText(simdjson::ondemand::value& value, std::string_view& text) {
+    Nested nested;
+    return !value.get(nested) && !nested.raw_json().get(text);
+}
+
 EventProblem readEvent(std::string_view object, HecReceivedEvent& event) {
     const simdjson::padded_string padded(object);
     simdjson::dom::parser validator;
@@ -81,15 +88,9 @@ EventProblem readEvent(std::string_view object, HecReceivedEvent& event) {
             simdjson::ondemand::json_type type;
             if (value.type().get(type)) return EventProblem::invalid;
             if (type == simdjson::ondemand::json_type::object) {
-                simdjson::ondemand::object nested;
-                if (value.get_object().get(nested) || nested.raw_json().get(text)) {
-                    return EventProblem::invalid;
-                }
+                if (!rawText<simdjson::ondemand::object>(value, text)) return EventProblem::invalid;
             } else if (type == simdjson::ondemand::json_type::array) {
-                simdjson::ondemand::array nested;
-                if (value.get_array().get(nested) || nested.raw_json().get(text)) {
-                    return EventProblem::invalid;
-                }
+                if (!rawText<simdjson::ondemand::array>(value, text)) return EventProblem::invalid;
             } else {
                 text = value.raw_json_token();
                 std::string_view unescaped;

@@ -13,8 +13,7 @@ struct HecRequest {
     std::string method;
     std::string target;  // path and query, as sent
     std::vector<std::pair<std::string, std::string>> headers;
-    std::string body;  // after any chunked framing is undone
-    bool chunked = false;
+    std::string body;
 
     // The first header of that name, compared without regard to case.
     std::optional<std::string> header(std::string_view name) const;

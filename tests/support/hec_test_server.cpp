@@ -60,24 +60,17 @@ struct Credentials {
 };
 
 const char* reason(int status) {
-    switch (status) {
-        case 200:
-            return "OK";
-        case 400:
-            return "Bad Request";
-        case 401:
-            return "Unauthorized";
-        case 403:
-            return "Forbidden";
-        case 404:
-            return "Not Found";
-        case 500:
-            return "Internal Server Error";
-        case 503:
-            return "Service Unavailable";
-        default:
-            return "Status";
+    static constexpr std::pair<int, const char*> kReasons[] = {{200, "OK"},
+                                                               {400, "Bad Request"},
+                                                               {401, "Unauthorized"},
+                                                               {403, "Forbidden"},
+                                                               {404, "Not Found"},
+                                                               {500, "Internal Server Error"},
+                                                               {503, "Service Unavailable"}};
+    for (const auto& [code, text] : kReasons) {
+        if (code == status) return text;
     }
+    return "Status";
 }
 
 // Reads one request after another off a TLS stream; anything left over from the last read
@@ -94,15 +87,14 @@ class RequestReader {
         HecRequest request;
         if (!parseHead(std::string_view(buffer_).substr(0, headEnd), request)) return std::nullopt;
         buffer_.erase(0, headEnd + 4);
-        const auto expect = request.header("Expect");
-        if (expect && strcasecmp(expect->c_str(), "100-continue") == 0) {
-            write("HTTP/1.1 100 Continue\r\n\r\n");
+        // The client sends a Content-Length, neither chunks nor an Expect to wait for.
+        const auto length = request.header("Content-Length");
+        const size_t bodyLength = length ? std::strtoull(length->c_str(), nullptr, 10) : 0;
+        while (buffer_.size() < bodyLength) {
+            if (!fill()) return std::nullopt;
         }
-        const auto encoding = request.header("Transfer-Encoding");
-        request.chunked = encoding && encoding->find("chunked") != std::string::npos;
-        const bool complete = request.chunked ? readChunked(request.body)
-                                              : readExactly(contentLength(request), request.body);
-        if (!complete) return std::nullopt;
+        request.body = buffer_.substr(0, bodyLength);
+        buffer_.erase(0, bodyLength);
         return request;
     }
 
@@ -140,46 +132,6 @@ class RequestReader {
                 value.remove_suffix(1);
             request.headers.emplace_back(field.substr(0, colon), value);
         }
-        return true;
-    }
-
-    static size_t contentLength(const HecRequest& request) {
-        const auto length = request.header("Content-Length");
-        return length ? std::strtoull(length->c_str(), nullptr, 10) : 0;
-    }
-
-    bool readExactly(size_t count, std::string& out) {
-        while (buffer_.size() < count) {
-            if (!fill()) return false;
-        }
-        out.append(buffer_, 0, count);
-        buffer_.erase(0, count);
-        return true;
-    }
-
-    bool readLine(std::string& line) {
-        size_t end;
-        while ((end = buffer_.find("\r\n")) == std::string::npos) {
-            if (!fill()) return false;
-        }
-        line = buffer_.substr(0, end);
-        buffer_.erase(0, end + 2);
-        return true;
-    }
-
-    // Each chunk is its size in hex (extensions after ";" ignored), the bytes and CRLF; a
-    // chunk of size 0 ends the body, followed by trailer lines up to an empty one.
-    bool readChunked(std::string& out) {
-        std::string line;
-        for (;;) {
-            if (!readLine(line)) return false;
-            const size_t size = std::strtoull(line.c_str(), nullptr, 16);
-            if (size == 0) break;
-            if (!readExactly(size, out) || !readLine(line)) return false;
-        }
-        do {
-            if (!readLine(line)) return false;
-        } while (!line.empty());
         return true;
     }
 
@@ -270,18 +222,18 @@ void HecTestServer::acceptLoop() {
             return;
         }
         openSockets_.push_back(socket);
-        const int number = ++accepted_;
-        connectionThreads_.emplace_back([this, socket, number] { serve(socket, number); });
+        ++accepted_;
+        connectionThreads_.emplace_back([this, socket] { serve(socket); });
     }
 }
 
-void HecTestServer::serve(int socket, int number) {
+void HecTestServer::serve(int socket) {
     SSL* ssl = SSL_new(tls_->context);
     SSL_set_fd(ssl, socket);
     if (SSL_accept(ssl) == 1) {
         RequestReader reader(ssl);
         while (auto request = reader.next()) {
-            const auto answer = respond(*request, number);
+            const auto answer = respond(*request);
             if (!answer) break;
             const std::string head = "HTTP/1.1 " + std::to_string(answer->status) + " " +
                                      reason(answer->status) +
@@ -300,8 +252,8 @@ void HecTestServer::serve(int socket, int number) {
     close(socket);
 }
 
-std::optional<HecAnswer> HecTestServer::respond(const HecRequest& request, int connection) {
-    Exchange exchange{connection, request, {}, {}};
+std::optional<HecAnswer> HecTestServer::respond(const HecRequest& request) {
+    Exchange exchange{request, {}, {}};
     Behaviour behaviour;
     {
         std::unique_lock lock(mutex_);

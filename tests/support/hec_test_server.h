@@ -17,13 +17,12 @@ namespace ostrel::testing {
 struct TlsContext;
 
 // A local HTTPS server that speaks the event collector's protocol: real TLS on 127.0.0.1 with
-// a self-signed certificate made at start, HTTP/1.1 keep-alive, Content-Length and chunked
-// bodies. It answers as the collector does unless told to fail, stall or pose as a proxy, and
-// records every request with the connection it came on.
+// a self-signed certificate made at start, HTTP/1.1 keep-alive, bodies of a Content-Length. It
+// answers as the collector does unless told to fail, stall or pose as a proxy, and records every
+// request with its answer.
 class HecTestServer {
   public:
     struct Exchange {
-        int connection = 0;  // numbered from 1 in order of acceptance
         HecRequest request;
         HecAnswer answer;  // status 0: none was sent
         std::vector<HecReceivedEvent> events;
@@ -34,7 +33,6 @@ class HecTestServer {
     HecTestServer(const HecTestServer&) = delete;
     HecTestServer& operator=(const HecTestServer&) = delete;
 
-    uint16_t port() const { return port_; }
     const std::string& token() const { return token_; }
     std::string url(std::string_view path = "/services/collector/event") const;
 
@@ -59,9 +57,9 @@ class HecTestServer {
     enum class Behaviour { collector, busy, fixed, stall };
 
     void acceptLoop();
-    void serve(int socket, int number);
+    void serve(int socket);
     // None when the server stops while the request stalls.
-    std::optional<HecAnswer> respond(const HecRequest& request, int connection);
+    std::optional<HecAnswer> respond(const HecRequest& request);
     void setBehaviour(Behaviour behaviour, HecAnswer fixed = {});
 
     const std::string token_;

@@ -3,7 +3,6 @@
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
 #include "support/hec_test_server.h"
@@ -15,41 +14,29 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HecTestServer;
-using testing::LogRecorder;
-
-struct Line {
-    Date when;
-    HECBatchEntry entry;
-    std::string json;
-};
 
 // Samples two seconds apart with a watched-process event after every tenth, as a queue file
-// holds them.
-std::vector<Line> queueFile(int samples) {
-    std::vector<Line> lines;
-    const Date start = Date(1763190252345ms);
-    for (int i = 0; i < samples; ++i) {
-        const Date when = start + i * 2s + std::chrono::milliseconds(i * 7 % 1000);
-        const SystemMetrics sample = testing::realisticSample(when, i);
-        lines.push_back({when, {sample, sample.timestamp, sample.hostname}, *encodeJson(sample)});
-        if (i % 10 == 9) {
-            const WatchedProcessEvent event = testing::realisticWatchedEvent(when, i);
-            lines.push_back({when, {event, event.timestamp, event.hostname}, *encodeJson(event)});
+// holds them, with the moment and the line of each.
+struct QueueFile {
+    std::vector<HECBatchEntry> entries;
+    std::vector<Date> times;
+    std::vector<std::string> lines;
+
+    explicit QueueFile(int samples) {
+        for (int i = 0; i < samples; ++i) {
+            const Date when =
+                Date(1763190252345ms) + i * 2s + std::chrono::milliseconds(i * 7 % 1000);
+            add(testing::realisticSample(when, i), when);
+            if (i % 10 == 9) add(testing::realisticWatchedEvent(when, i), when);
         }
     }
-    return lines;
-}
-
-std::vector<HECBatchEntry> entriesOf(const std::vector<Line>& lines) {
-    std::vector<HECBatchEntry> entries;
-    for (const auto& line : lines)
-        entries.push_back(line.entry);
-    return entries;
-}
-
-double secondsOf(Date date) {
-    return std::chrono::duration<double>(date.time_since_epoch()).count();
-}
+    template <class Record>
+    void add(const Record& record, Date when) {
+        entries.push_back({record, record.timestamp, record.hostname});
+        times.push_back(when);
+        lines.push_back(*encodeJson(record));
+    }
+};
 
 class SplunkHECClientTest : public ::testing::Test {
   protected:
@@ -64,66 +51,70 @@ class SplunkHECClientTest : public ::testing::Test {
     }
 
     HecTestServer server;
-    LogRecorder log;
+    testing::LogRecorder log;
 };
 
+// One upload cycle: a probe, then the queue file as one request, on one connection.
 TEST_F(SplunkHECClientTest, BatchArrivesWholeInOrderWithTheTimeOfEachLine) {
-    const auto lines = queueFile(150);
-    const auto sent = client()->sendBatch(entriesOf(lines));
+    auto hec = client();
+    ASSERT_TRUE(hec->testConnection());
+    EXPECT_EQ(hec->sendBatch({}), 0);
+    QueueFile queue(150);
+    const auto sent = hec->sendBatch(queue.entries);
     ASSERT_TRUE(sent) << failureDescription(sent.error());
     EXPECT_EQ(*sent, 165);
 
     const auto exchanges = server.exchanges();
-    ASSERT_EQ(exchanges.size(), 1u);
-    const auto& request = exchanges[0].request;
-    EXPECT_EQ(request.method, "POST");
-    EXPECT_EQ(request.target, "/services/collector/event");
-    EXPECT_EQ(request.header("Authorization"), "Splunk " + server.token());
-    EXPECT_EQ(request.header("Content-Type"), "application/json");
-    EXPECT_EQ(request.header("Content-Encoding"), std::nullopt);
-
-    const auto events = server.events();
-    ASSERT_EQ(events.size(), lines.size());
-    for (size_t i = 0; i < lines.size(); ++i) {
-        ASSERT_TRUE(events[i].time) << i;
-        EXPECT_NEAR(*events[i].time, secondsOf(lines[i].when), 0.001) << i;
-        EXPECT_EQ(events[i].event, lines[i].json) << i;
-        EXPECT_EQ(events[i].host, "ops-laptop-07.corp.example.com");
-        EXPECT_EQ(events[i].source, "ostrel");
-        EXPECT_EQ(events[i].sourcetype, "macos:ostrel");
-        EXPECT_EQ(events[i].index, "endpoint_metrics");
-    }
-    EXPECT_EQ(log.matching("HEC batch sent: 165 events, HTTP 200").size(), 1u);
-}
-
-TEST_F(SplunkHECClientTest, OneCycleKeepsOneConnection) {
-    auto hec = client(false, {}, "/services/collector");
-    const auto lines = queueFile(3);
-    ASSERT_TRUE(hec->testConnection());
-    ASSERT_TRUE(hec->sendBatch(entriesOf(lines)));
-    ASSERT_TRUE(hec->sendBatch(entriesOf(lines)));
-
-    const auto exchanges = server.exchanges();
-    ASSERT_EQ(exchanges.size(), 3u);
+    ASSERT_EQ(exchanges.size(), 2u);
     EXPECT_EQ(server.connectionsAccepted(), 1);
     // The probe carries neither token nor body.
-    EXPECT_EQ(exchanges[0].request.method, "GET");
-    EXPECT_EQ(exchanges[0].request.target, "/services/collector/health");
-    EXPECT_EQ(exchanges[0].request.header("Authorization"), std::nullopt);
-    EXPECT_EQ(exchanges[0].request.body, "");
+    const auto& probe = exchanges[0].request;
+    EXPECT_EQ(probe.method, "GET");
+    EXPECT_EQ(probe.target, "/services/collector/health");
+    EXPECT_EQ(probe.header("Authorization"), std::nullopt);
+    EXPECT_EQ(probe.body, "");
     EXPECT_EQ(exchanges[0].answer.body, R"({"text":"HEC is healthy","code":17})");
     EXPECT_EQ(
         log.matching("Testing HEC health endpoint: " + server.url("/services/collector/health"))
             .size(),
         1u);
     EXPECT_EQ(log.matching("HEC health check passed").size(), 1u);
+
+    const auto& request = exchanges[1].request;
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/services/collector/event");
+    EXPECT_EQ(request.header("Authorization"), "Splunk " + server.token());
+    EXPECT_EQ(request.header("Content-Type"), "application/json");
+    EXPECT_EQ(request.header("Content-Encoding"), std::nullopt);
+    const auto events = server.events();
+    ASSERT_EQ(events.size(), queue.lines.size());
+    for (size_t i = 0; i < events.size(); ++i) {
+        ASSERT_TRUE(events[i].time) << i;
+        EXPECT_NEAR(*events[i].time,
+                    std::chrono::duration<double>(queue.times[i].time_since_epoch()).count(), 0.001)
+            << i;
+        EXPECT_EQ(events[i].event, queue.lines[i]) << i;
+        EXPECT_EQ(events[i].host, "ops-laptop-07.corp.example.com");
+        EXPECT_EQ(events[i].source, "ostrel");
+        EXPECT_EQ(events[i].sourcetype, "macos:ostrel");
+        EXPECT_EQ(events[i].index, "endpoint_metrics");
+    }
+    EXPECT_EQ(log.matching("HEC batch sent: 165 events, HTTP 200").size(), 1u);
+
+    // One record that cannot be encoded stops the batch before anything is sent.
+    SystemMetrics broken = testing::realisticSample(Date(1763190252345ms), 1);
+    broken.memory->freeMB = std::numeric_limits<double>::infinity();
+    queue.entries[148] = {broken, broken.timestamp, broken.hostname};
+    const auto refused = hec->sendBatch(queue.entries);
+    ASSERT_FALSE(refused);
+    EXPECT_TRUE(std::holds_alternative<JsonError>(refused.error()));
+    EXPECT_EQ(server.exchanges().size(), 2u);
 }
 
 TEST_F(SplunkHECClientTest, RefusalsComeBackAsTheirOwnErrors) {
-    const auto lines = queueFile(2);
-    const auto entries = entriesOf(lines);
+    const QueueFile queue(2);
     const auto errorOf = [&](SplunkHECClient& hec) {
-        const auto sent = hec.sendBatch(entries);
+        const auto sent = hec.sendBatch(queue.entries);
         EXPECT_FALSE(sent);
         return sent ? HECError::invalidResponse() : std::get<HECError>(sent.error());
     };
@@ -143,9 +134,9 @@ TEST_F(SplunkHECClientTest, RefusalsComeBackAsTheirOwnErrors) {
               R"(HTTP 503: {"text":"HEC is unhealthy, queues are full","code":18})");
     EXPECT_EQ(log.matching("HEC health check failed: HTTP 503 — {").size(), 1u);
 
+    // A success status is not enough: a non-zero code, or a proxy's page, is a refusal.
     server.answerWith(200, R"({"text":"No data","code":5})");
     EXPECT_EQ(errorOf(*hec), HECError::hecRejected(5, "No data"));
-
     server.answerWithProxyPage();
     const HECError proxied = errorOf(*hec);
     EXPECT_EQ(proxied.code(), -1);
@@ -154,71 +145,24 @@ TEST_F(SplunkHECClientTest, RefusalsComeBackAsTheirOwnErrors) {
 
     // No failure changes the client.
     server.answerAsCollector();
-    EXPECT_TRUE(hec->sendBatch(entries));
+    EXPECT_TRUE(hec->sendBatch(queue.entries));
 }
 
-TEST_F(SplunkHECClientTest, BatchIsOneRequestAndAFailedRecordSendsNothing) {
-    auto hec = client();
-    EXPECT_EQ(hec->sendBatch({}), 0);
-    EXPECT_TRUE(server.exchanges().empty());
-
-    auto entries = entriesOf(queueFile(1000));
-    entries.erase(entries.begin() + 1000, entries.end());
-    ASSERT_EQ(hec->sendBatch(entries), 1000);
-    EXPECT_EQ(server.exchanges().size(), 1u);
-    EXPECT_EQ(server.events().size(), 1000u);
-
-    SystemMetrics broken = testing::realisticSample(Date(1763190252345ms), 1);
-    broken.memory->freeMB = std::numeric_limits<double>::infinity();
-    entries[998] = {broken, broken.timestamp, broken.hostname};
-    const auto sent = hec->sendBatch(entries);
-    ASSERT_FALSE(sent);
-    EXPECT_TRUE(std::holds_alternative<JsonError>(sent.error()));
-    EXPECT_EQ(server.exchanges().size(), 1u);
-}
-
-TEST_F(SplunkHECClientTest, VerifiedClientRefusesTheSelfSignedCertificate) {
-    auto hec = client(true);
-    const auto probe = hec->testConnection();
+TEST_F(SplunkHECClientTest, CertificatesAreCheckedUnlessTurnedOffWhichIsAnnouncedOnce) {
+    SplunkHECClient::sslWarningLogged = false;
+    auto verified = client(true);
+    const auto probe = verified->testConnection();
     ASSERT_FALSE(probe);
     ASSERT_TRUE(std::holds_alternative<TransportError>(probe.error()));
     EXPECT_EQ(std::get<TransportError>(probe.error()).curlCode, CURLE_PEER_FAILED_VERIFICATION);
     EXPECT_EQ(connectionTestText(probe.error()),
               "SSL certificate not trusted — try disabling Verify SSL");
     EXPECT_EQ(log.matching("HEC health check failed: SSL certificate problem").size(), 1u);
-
-    EXPECT_FALSE(hec->sendBatch(entriesOf(queueFile(1))));
+    EXPECT_FALSE(verified->sendBatch(QueueFile(1).entries));
     EXPECT_TRUE(server.exchanges().empty());
-}
 
-TEST_F(SplunkHECClientTest, StalledOrAbsentCollectorEndsInATransportError) {
-    auto hec = client(false, {}, "/services/collector/event", {.batch = 300ms, .health = 300ms});
-    server.stall();
-    const auto sent = hec->sendBatch(entriesOf(queueFile(1)));
-    ASSERT_FALSE(sent);
-    EXPECT_EQ(connectionTestText(sent.error()), "Connection timed out");
-    const auto probe = hec->testConnection();
-    ASSERT_FALSE(probe);
-    EXPECT_EQ(connectionTestText(probe.error()), "Connection timed out");
-
-    std::string closedPort;
-    {
-        HecTestServer gone;
-        closedPort = gone.url();
-    }
-    auto orphan = SplunkHECClient::create(closedPort, "t", "main", "s", false);
-    ASSERT_TRUE(orphan);
-    const auto unreachable = (*orphan)->testConnection();
-    ASSERT_FALSE(unreachable);
-    EXPECT_EQ(connectionTestText(unreachable.error()), "Endpoint unreachable");
-}
-
-TEST_F(SplunkHECClientTest, UncheckedCertificatesAreAnnouncedOncePerProcess) {
-    SplunkHECClient::sslWarningLogged = false;
-    auto verified = client(true);
     auto first = client(false);
     auto second = client(false);
-    (void)verified->testConnection();
     EXPECT_TRUE(first->testConnection());
     EXPECT_TRUE(second->testConnection());
     EXPECT_TRUE(first->testConnection());
@@ -227,6 +171,24 @@ TEST_F(SplunkHECClientTest, UncheckedCertificatesAreAnnouncedOncePerProcess) {
         log.matching("HEC client initialized — endpoint: " + server.url() + ", verifySSL: false")
             .size(),
         2u);
+}
+
+TEST_F(SplunkHECClientTest, StalledOrAbsentCollectorEndsInATransportError) {
+    auto hec = client(false, {}, "/services/collector/event", {.batch = 300ms, .health = 300ms});
+    server.stall();
+    const auto sent = hec->sendBatch(QueueFile(1).entries);
+    ASSERT_FALSE(sent);
+    EXPECT_EQ(connectionTestText(sent.error()), "Connection timed out");
+    const auto probe = hec->testConnection();
+    ASSERT_FALSE(probe);
+    EXPECT_EQ(connectionTestText(probe.error()), "Connection timed out");
+
+    const std::string closedPort = HecTestServer().url();
+    auto orphan = SplunkHECClient::create(closedPort, "t", "main", "s", false);
+    ASSERT_TRUE(orphan);
+    const auto unreachable = (*orphan)->testConnection();
+    ASSERT_FALSE(unreachable);
+    EXPECT_EQ(connectionTestText(unreachable.error()), "Endpoint unreachable");
 }
 
 }  // namespace

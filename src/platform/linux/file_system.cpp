@@ -64,14 +64,10 @@ std::optional<FileStatus> status(const std::filesystem::path& path) {
     return result;
 }
 
-bool exists(const std::filesystem::path& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0;
-}
-
 std::error_code makeDirectories(const std::filesystem::path& path) {
     std::error_code error;
-    if (files::exists(path)) return error;
+    struct stat info {};
+    if (::stat(path.c_str(), &info) == 0) return error;
     std::filesystem::create_directories(path, error);
     return error;
 }
