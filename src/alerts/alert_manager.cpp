@@ -18,7 +18,6 @@ constexpr std::size_t processListLimit = 5;
 // longer to show that it has really eased.
 constexpr double cpuMinimumRecoverySeconds = 1.0;
 constexpr double memoryMinimumRecoverySeconds = 5.0;
-constexpr int64_t criticalPressure = 4;
 
 constexpr auto general = Logger::Category::general;
 
@@ -140,8 +139,8 @@ void AlertManager::evaluateMemory(const SystemMetrics& metrics, const MonitorCon
     const std::string word = AlertText::pressureWord(level);
     AlertEvent event{.timestamp = now, .hostname = metrics.hostname};
     event.alert = {
-        .type = std::string(level == criticalPressure ? Constants::Alerts::memoryCritical
-                                                      : Constants::Alerts::memoryWarning),
+        .type = std::string(level == criticalPressureLevel ? Constants::Alerts::memoryCritical
+                                                           : Constants::Alerts::memoryWarning),
         .message = "Memory pressure is " + word,
         .value = word,
         .threshold = AlertText::pressureWord(config.alertMemoryPressureLevel),

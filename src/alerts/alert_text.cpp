@@ -7,9 +7,6 @@
 namespace ostrel {
 namespace {
 
-constexpr int64_t criticalPressure = 4;
-constexpr int64_t warningPressure = 2;
-
 std::string replacingAll(std::string text, std::string_view placeholder,
                          std::string_view replacement) {
     for (auto at = text.find(placeholder); at != std::string::npos;
@@ -26,8 +23,8 @@ std::string AlertText::cpuLoad(double load) {
 }
 
 std::string AlertText::pressureWord(std::optional<int64_t> level) {
-    if (level == criticalPressure) return "critical";
-    if (level == warningPressure) return "warning";
+    if (level == criticalPressureLevel) return "critical";
+    if (level == warningPressureLevel) return "warning";
     return "normal";
 }
 
@@ -47,7 +44,7 @@ AlertText AlertText::cpu(double load, const MonitorConfig& config) {
 }
 
 AlertText AlertText::memory(std::optional<int64_t> pressureLevel, const MonitorConfig& config) {
-    const bool critical = pressureLevel == criticalPressure;
+    const bool critical = pressureLevel == criticalPressureLevel;
     const std::string level = pressureWord(pressureLevel);
     const std::string threshold = pressureWord(config.alertMemoryPressureLevel);
     auto filled = [&](const std::string& custom) {

@@ -8,6 +8,11 @@
 
 namespace ostrel {
 
+// The memory pressure levels that have a word of their own; alerts and texts both tell
+// critical from anything less.
+inline constexpr int64_t criticalPressureLevel = 4;
+inline constexpr int64_t warningPressureLevel = 2;
+
 // The words and notification texts of alerts. Users may customise titles and bodies in the
 // settings; placeholders in braces stand for the measured value and the threshold.
 struct AlertText {

@@ -25,11 +25,15 @@ std::optional<int64_t> clamped(int64_t value, std::optional<int64_t> low,
 ConfigurationManager::ConfigurationManager(std::shared_ptr<PreferencesStore> defaults)
     : defaults_(std::move(defaults)) {}
 
-std::optional<int64_t> ConfigurationManager::intValue(std::string_view key, bool ifPositive) const {
+std::optional<int64_t> ConfigurationManager::intValue(std::string_view key) const {
     // integer() cannot tell an absent key from 0, hence the presence test first.
     if (!defaults_->hasObject(key)) return std::nullopt;
-    const int64_t value = defaults_->integer(key);
-    if (ifPositive && value < 1) return std::nullopt;
+    return defaults_->integer(key);
+}
+
+std::optional<int64_t> ConfigurationManager::positiveIntValue(std::string_view key) const {
+    const auto value = intValue(key);
+    if (value && *value < 1) return std::nullopt;
     return value;
 }
 
@@ -45,8 +49,8 @@ void ConfigurationManager::load() {
     loadMetricToggles(loaded);
 
     assignIf(boolValue("storageEnabled"), loaded.storageEnabled);
-    assignIf(intValue("maxStorageMB", true), loaded.maxStorageMB);
-    assignIf(intValue("retentionDays", true), loaded.retentionDays);
+    assignIf(positiveIntValue("maxStorageMB"), loaded.maxStorageMB);
+    assignIf(positiveIntValue("retentionDays"), loaded.retentionDays);
     assignIf(defaults_->string("rotationPolicy"), loaded.rotationPolicy);
 
     loadUploadSettings(loaded);
@@ -61,16 +65,16 @@ void ConfigurationManager::load() {
 }
 
 void ConfigurationManager::loadCollectionSettings(MonitorConfig& loaded) const {
-    assignIf(intValue("intervalSeconds", true), loaded.intervalSeconds);
+    assignIf(positiveIntValue("intervalSeconds"), loaded.intervalSeconds);
     assignIf(boolValue("autoStart"), loaded.autoStart);
-    assignIf(intValue("captureDurationMinutes", false), loaded.captureDurationMinutes);
+    assignIf(intValue("captureDurationMinutes"), loaded.captureDurationMinutes);
     assignIf(defaults_->stringArray("watchedProcesses"), loaded.watchedProcesses);
 }
 
 void ConfigurationManager::loadUISettings(MonitorConfig& loaded) const {
     assignIf(boolValue("headlessMode"), loaded.headlessMode);
     assignIf(boolValue("minimalUI"), loaded.minimalUI);
-    const auto stored = intValue("logLevel", false);
+    const auto stored = intValue("logLevel");
     if (const auto level = stored ? logLevelFromRaw(*stored) : std::nullopt) {
         loaded.logLevel = *level;
     } else if (boolValue("verboseLogging").value_or(false)) {
@@ -99,7 +103,7 @@ void ConfigurationManager::loadUploadSettings(MonitorConfig& loaded) const {
     assignIf(defaults_->string("splunkIndex"), loaded.splunkIndex);
     assignIf(defaults_->string("sourcetype"), loaded.sourcetype);
     assignIf(boolValue("verifySSL"), loaded.verifySSL);
-    assignIf(intValue("uploadIntervalMinutes", true), loaded.uploadIntervalMinutes);
+    assignIf(positiveIntValue("uploadIntervalMinutes"), loaded.uploadIntervalMinutes);
 }
 
 void ConfigurationManager::loadAlertSettings(MonitorConfig& loaded) const {
@@ -107,17 +111,17 @@ void ConfigurationManager::loadAlertSettings(MonitorConfig& loaded) const {
     assignIf(boolValue("alertInBackground"), loaded.alertInBackground);
     // Above 100 is dropped here rather than clamped: a stored 150 is taken for a mistake, not
     // for "as high as possible".
-    if (const auto threshold = intValue("alertCPUThreshold", true);
+    if (const auto threshold = positiveIntValue("alertCPUThreshold");
         threshold && *threshold <= 100) {
         loaded.alertCPUThreshold = *threshold;
     }
-    assignIf(intValue("alertSustainedSeconds", false), loaded.alertSustainedSeconds);
-    if (const auto level = intValue("alertMemoryPressureLevel", false);
+    assignIf(intValue("alertSustainedSeconds"), loaded.alertSustainedSeconds);
+    if (const auto level = intValue("alertMemoryPressureLevel");
         level && (*level == 0 || *level == 2 || *level == 4)) {
         loaded.alertMemoryPressureLevel = *level;
     }
-    assignIf(intValue("alertMemorySustainedSeconds", false), loaded.alertMemorySustainedSeconds);
-    assignIf(intValue("alertCooldownMinutes", true), loaded.alertCooldownMinutes);
+    assignIf(intValue("alertMemorySustainedSeconds"), loaded.alertMemorySustainedSeconds);
+    assignIf(positiveIntValue("alertCooldownMinutes"), loaded.alertCooldownMinutes);
     assignIf(boolValue("alertShowNotification"), loaded.alertShowNotification);
     assignIf(boolValue("alertLogEvents"), loaded.alertLogEvents);
 }

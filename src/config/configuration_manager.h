@@ -35,8 +35,10 @@ class ConfigurationManager {
     void logConfig() const;
 
   private:
-    // The stored integer, or none when the key is absent or, with `ifPositive`, below 1.
-    std::optional<int64_t> intValue(std::string_view key, bool ifPositive) const;
+    // The stored integer, or none when the key is absent.
+    std::optional<int64_t> intValue(std::string_view key) const;
+    // The same, but none for a value below 1 as well.
+    std::optional<int64_t> positiveIntValue(std::string_view key) const;
     std::optional<bool> boolValue(std::string_view key) const;
 
     void loadCollectionSettings(MonitorConfig& config) const;

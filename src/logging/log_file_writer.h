@@ -37,8 +37,6 @@ class LogFileWriter {
     // Closes the handle; the next batch opens the file again.
     void close();
 
-    const std::filesystem::path& path() const { return path_; }
-
   private:
     void write(std::string_view bytes);
     void rotateIfNeeded();

@@ -30,7 +30,7 @@ struct Failure {
 using Status = std::optional<Failure>;
 
 template <class Record>
-struct FieldSpec {
+struct FieldCodec {
     std::string_view key;
     bool required;
     bool (*encode)(JsonWriter&, std::string_view key, const Record&);
@@ -202,7 +202,7 @@ constexpr auto field(std::string_view key) {
     using Type = typename MemberOf<Member>::Type;
     constexpr bool optional = IsOptional<Type>::value;
 
-    FieldSpec<Record> entry{key, !optional, nullptr, nullptr};
+    FieldCodec<Record> entry{key, !optional, nullptr, nullptr};
     entry.encode = [](JsonWriter& w, std::string_view name, const Record& record) {
         const auto& value = record.*Member;
         if constexpr (optional) {
@@ -236,7 +236,7 @@ constexpr auto field(std::string_view key) {
 // Finds the table entry for a key, trying first the one after the previous match: lines written by
 // this system carry keys in table order, so the guess almost always hits.
 template <class Record>
-int findField(std::span<const FieldSpec<Record>> fields, const od::raw_json_string& key,
+int findField(std::span<const FieldCodec<Record>> fields, const od::raw_json_string& key,
               size_t expected) {
     const size_t count = fields.size();
     for (size_t step = 0; step < count; ++step) {
@@ -248,7 +248,7 @@ int findField(std::span<const FieldSpec<Record>> fields, const od::raw_json_stri
 
 template <TableRecord Record>
 Status readObject(od::object object, Record& record) {
-    const std::span<const FieldSpec<Record>> fields(Table<Record>::fields);
+    const std::span<const FieldCodec<Record>> fields(Table<Record>::fields);
     uint64_t seen = 0;
     size_t expected = 0;
     for (auto member : object) {

@@ -185,15 +185,4 @@ bool JsonWriter::decimal(double value) {
     return true;
 }
 
-void JsonWriter::null() {
-    separate();
-    out_ += "null";
-}
-
-std::string jsonQuoted(std::string_view text) {
-    std::string out;
-    JsonWriter(out).string(text);
-    return out;
-}
-
 }  // namespace ostrel

@@ -28,7 +28,6 @@ class JsonWriter {
     // Like number, but a whole value keeps a fraction ("3.0"), so that a reader that tells
     // integers from doubles by their text gets a double back.
     [[nodiscard]] bool decimal(double value);
-    void null();
 
   private:
     void separate();
@@ -37,8 +36,5 @@ class JsonWriter {
     bool first_ = true;
     bool afterKey_ = false;
 };
-
-// `text` as a JSON string literal, quotes included.
-std::string jsonQuoted(std::string_view text);
 
 }  // namespace ostrel

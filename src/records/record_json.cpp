@@ -12,7 +12,7 @@ namespace json {
 template <>
 struct Table<CPUMetrics> {
     using R = CPUMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::loadAverage1m>("load_1m"),
         field<&R::loadAverage5m>("load_5m"),
         field<&R::loadAverage15m>("load_15m"),
@@ -30,7 +30,7 @@ struct Table<CPUMetrics> {
 template <>
 struct Table<MemoryMetrics> {
     using R = MemoryMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::totalMB>("mem_total_mb"),
         field<&R::freeMB>("mem_free_mb"),
         field<&R::activeMB>("mem_active_mb"),
@@ -52,7 +52,7 @@ struct Table<MemoryMetrics> {
 template <>
 struct Table<DiskMetrics> {
     using R = DiskMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::totalGB>("disk_total_gb"),
         field<&R::usedGB>("disk_used_gb"),
         field<&R::freeGB>("disk_free_gb"),
@@ -66,7 +66,7 @@ struct Table<DiskMetrics> {
 template <>
 struct Table<NetworkMetrics> {
     using R = NetworkMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::interface>("interface"),
         field<&R::packetsIn>("net_packets_in"),
         field<&R::packetsOut>("net_packets_out"),
@@ -81,7 +81,7 @@ struct Table<NetworkMetrics> {
 template <>
 struct Table<ProcessMetricInfo> {
     using R = ProcessMetricInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pid>("pid"),
         field<&R::ppid>("ppid"),
         field<&R::name>("name"),
@@ -93,7 +93,7 @@ struct Table<ProcessMetricInfo> {
 template <>
 struct Table<ProcessNetworkInfo> {
     using R = ProcessNetworkInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pid>("pid"),
         field<&R::name>("name"),
         field<&R::bytesIn>("bytes_in"),
@@ -104,7 +104,7 @@ struct Table<ProcessNetworkInfo> {
 template <>
 struct Table<ProcessDiskInfo> {
     using R = ProcessDiskInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pid>("pid"),
         field<&R::name>("name"),
         field<&R::readBytesPerSec>("read_bytes_per_sec"),
@@ -115,7 +115,7 @@ struct Table<ProcessDiskInfo> {
 template <>
 struct Table<ProcessMetrics> {
     using R = ProcessMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::topCPU>("top_cpu_processes"),     field<&R::topMemory>("top_mem_processes"),
         field<&R::topNetwork>("top_net_processes"), field<&R::topDisk>("top_disk_processes"),
         field<&R::processCount>("process_count"),
@@ -125,7 +125,7 @@ struct Table<ProcessMetrics> {
 template <>
 struct Table<PowerMetrics> {
     using R = PowerMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::onBattery>("on_battery"),
         field<&R::onAC>("on_ac"),
         field<&R::batteryPercent>("battery_percent"),
@@ -137,7 +137,7 @@ struct Table<PowerMetrics> {
 template <>
 struct Table<GPUProcessInfo> {
     using R = GPUProcessInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pid>("pid"),
         field<&R::name>("name"),
         field<&R::accumulatedGPUTimeNs>("gpu_time_ns"),
@@ -147,7 +147,7 @@ struct Table<GPUProcessInfo> {
 template <>
 struct Table<GPUMetrics> {
     using R = GPUMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::model>("gpu_model"),
         field<&R::coreCount>("gpu_core_count"),
         field<&R::deviceUtilization>("gpu_utilization_percent"),
@@ -162,7 +162,7 @@ struct Table<GPUMetrics> {
 template <>
 struct Table<SystemInfo> {
     using R = SystemInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::uptimeSeconds>("uptime_seconds"),
         field<&R::uptimeHours>("uptime_hours"),
         field<&R::macOSVersion>("macos_version"),
@@ -179,7 +179,7 @@ struct Table<SystemInfo> {
 template <>
 struct Table<SystemMetrics> {
     using R = SystemMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::timestamp>("timestamp"),
         field<&R::hostname>("hostname"),
         field<&R::cpu>("cpu"),
@@ -196,7 +196,7 @@ struct Table<SystemMetrics> {
 template <>
 struct Table<WatchedProcessMetrics> {
     using R = WatchedProcessMetrics;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pattern>("process_pattern"),
         field<&R::processCount>("process_count"),
         field<&R::cpuPercent>("cpu_percent"),
@@ -211,7 +211,7 @@ struct Table<WatchedProcessMetrics> {
 template <>
 struct Table<WatchedProcessEvent> {
     using R = WatchedProcessEvent;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::eventType>("event_type"),
         field<&R::timestamp>("timestamp"),
         field<&R::hostname>("hostname"),
@@ -222,7 +222,7 @@ struct Table<WatchedProcessEvent> {
 template <>
 struct Table<AlertProcessInfo> {
     using R = AlertProcessInfo;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::pid>("pid"),
         field<&R::name>("name"),
         field<&R::cpuPercent>("cpuPercent"),
@@ -233,7 +233,7 @@ struct Table<AlertProcessInfo> {
 template <>
 struct Table<AlertDetails> {
     using R = AlertDetails;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::type>("type"),
         field<&R::message>("message"),
         field<&R::value>("value"),
@@ -246,7 +246,7 @@ struct Table<AlertDetails> {
 template <>
 struct Table<AlertEvent> {
     using R = AlertEvent;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::timestamp>("timestamp"),
         field<&R::hostname>("hostname"),
         field<&R::eventType>("eventType"),
@@ -257,7 +257,7 @@ struct Table<AlertEvent> {
 template <>
 struct Table<MonitorConfig> {
     using R = MonitorConfig;
-    static constexpr FieldSpec<R> fields[] = {
+    static constexpr FieldCodec<R> fields[] = {
         field<&R::intervalSeconds>("intervalSeconds"),
         field<&R::autoStart>("autoStart"),
         field<&R::captureDurationMinutes>("captureDurationMinutes"),

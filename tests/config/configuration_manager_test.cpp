@@ -65,7 +65,6 @@ TEST(ConfigurationManagerTest, VerboseLoggingStandsInOnlyForAMissingOrInvalidLev
 }
 
 TEST(ConfigurationManagerTest, LoadIsOneChangeAndEachCorrectionAnother) {
-    LogRecorder log;
     Manager m;
     std::vector<std::pair<MonitorConfig, MonitorConfig>> changes;  // stored, incoming
     auto subscription = m.manager.config.subscribe(
@@ -73,8 +72,6 @@ TEST(ConfigurationManagerTest, LoadIsOneChangeAndEachCorrectionAnother) {
     m.manager.load();
     EXPECT_EQ(changes.size(), 1u);
     EXPECT_EQ(m.manager.config.get(), MonitorConfig{});
-    EXPECT_FALSE(m.manager.hasManagedPreferences());
-    EXPECT_TRUE(log.entries().empty()) << "an empty store loads in silence";
 
     changes.clear();
     m.store->set("intervalSeconds", 60);

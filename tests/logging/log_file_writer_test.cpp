@@ -73,48 +73,39 @@ TEST_F(LogFileWriterTest, WritesTenLinesAtOnceOrWhenFiveSecondsHavePassed) {
     EXPECT_EQ(readFile(log), lines(12) + "alone\n");
 }
 
-TEST_F(LogFileWriterTest, RotatesOnceTheFileHoldsTenMebibytes) {
-    dir.write("ostrel.log", "");
-    fs::resize_file(log, kLimit - 3);
-    writer.append("x\n");
-    writer.flushBuffer();
-    EXPECT_EQ(fs::file_size(log), kLimit - 1);
-    EXPECT_FALSE(fs::exists(generation(1)));
-
-    writer.append("\n");
-    writer.flushBuffer();
-    EXPECT_FALSE(fs::exists(log));
-    EXPECT_FALSE(fs::exists(log.string() + ".1"));
-    EXPECT_EQ(gunzip(generation(1)).size(), kLimit);
-
-    // The next batch starts a new file.
-    writer.append("fresh\n");
-    writer.flushBuffer();
-    EXPECT_EQ(readFile(log), "fresh\n");
-}
-
-TEST_F(LogFileWriterTest, RotationKeepsThreeGzipGenerationsThatGzipAccepts) {
+TEST_F(LogFileWriterTest, RotatesAtTenMebibytesIntoThreeGenerationsThatGzipAccepts) {
     for (int number = 1; number <= 3; ++number) {
         const auto plain = dir.write("ostrel.log." + std::to_string(number),
                                      "generation " + std::to_string(number) + "\n");
         ASSERT_EQ(gzip("'" + plain.string() + "'"), "");
     }
     dir.write("ostrel.log", "");
-    fs::resize_file(log, kLimit);
-    writer.append("last\n");
+    fs::resize_file(log, kLimit - 3);
+    writer.append("x\n");
     writer.flushBuffer();
+    EXPECT_EQ(fs::file_size(log), kLimit - 1);
+    EXPECT_EQ(gunzip(generation(1)), "generation 1\n") << "one byte short: no rotation";
 
+    writer.append("\n");
+    writer.flushBuffer();
+    EXPECT_FALSE(fs::exists(log));
+    EXPECT_FALSE(fs::exists(log.string() + ".1"));
     EXPECT_EQ(gunzip(generation(2)), "generation 1\n");
     EXPECT_EQ(gunzip(generation(3)), "generation 2\n");
     EXPECT_FALSE(fs::exists(generation(4)));
     const std::string newest = gunzip(generation(1));
-    EXPECT_EQ(newest.size(), kLimit + 5);
-    EXPECT_EQ(newest.substr(newest.size() - 5), "last\n");
+    EXPECT_EQ(newest.size(), kLimit);
+    EXPECT_EQ(newest.substr(kLimit - 3), "x\n\n");
     for (int number = 1; number <= 3; ++number) {
         EXPECT_EQ(gzip("-t '" + generation(number).string() + "'"), "") << number;
     }
     // The header names the file it came from, as gzip itself would.
     EXPECT_NE(gzip("-lN '" + generation(1).string() + "'").find("ostrel.log.1"), std::string::npos);
+
+    // The next batch starts a new file.
+    writer.append("fresh\n");
+    writer.flushBuffer();
+    EXPECT_EQ(readFile(log), "fresh\n");
 }
 
 TEST_F(LogFileWriterTest, DeletedFileGoesUnnoticedUntilTheHandleIsReopened) {

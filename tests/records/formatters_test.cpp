@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <string>
 
 namespace ostrel {
 namespace {
@@ -14,25 +13,16 @@ using namespace std::chrono_literals;
 // 2026-11-22T15:15:30.123Z
 const Date kMoment = Date(1795360530s + 123ms);
 
-// Runs the body with the process's zone set by a POSIX rule, which needs no zone database.
-class InZone {
-  public:
+// Sets the process's zone by a POSIX rule, which needs no zone database, while it lives.
+struct InZone {
     explicit InZone(const char* rule) {
-        if (const char* old = std::getenv("TZ")) previous_ = old;
         setenv("TZ", rule, 1);
         tzset();
     }
     ~InZone() {
-        if (previous_.empty()) {
-            unsetenv("TZ");
-        } else {
-            setenv("TZ", previous_.c_str(), 1);
-        }
+        unsetenv("TZ");
         tzset();
     }
-
-  private:
-    std::string previous_;
 };
 
 TEST(Formatters, TheThreeFormsOfTime) {
@@ -43,6 +33,8 @@ TEST(Formatters, TheThreeFormsOfTime) {
     EXPECT_EQ(Formatters::logStamp(kMoment), "2026-11-22T10:15:30.123");
     EXPECT_EQ(Formatters::dailyRotation(kMoment), "2026-11-22");
     EXPECT_EQ(Formatters::hourlyRotation(kMoment), "2026-11-22-10");
+    // Milliseconds of dates before the epoch are not negative.
+    EXPECT_EQ(Formatters::iso8601WithFractionalSeconds(Date(-1ms)), "1969-12-31T23:59:59.999Z");
 }
 
 TEST(Formatters, OffsetZeroPrintsZAndOddOffsetsKeepTheirMinutes) {
@@ -75,10 +67,6 @@ TEST(Formatters, ParsersReadBackWhatTheFormsWrite) {
           "2026-11-22T15:15:30Zjunk", "2026-11-22 15:15:30Z", "2026-11-22T15:15:30+5"}) {
         EXPECT_FALSE(Formatters::parseIso8601(bad)) << bad;
     }
-}
-
-TEST(Formatters, MillisecondsOfDatesBeforeTheEpochAreNotNegative) {
-    EXPECT_EQ(Formatters::iso8601WithFractionalSeconds(Date(-1ms)), "1969-12-31T23:59:59.999Z");
 }
 
 TEST(Rounding, HalfAwayFromZero) {

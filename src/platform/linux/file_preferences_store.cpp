@@ -11,6 +11,7 @@
 #include <tl/expected.hpp>
 
 #include "logging/logger.h"
+#include "logging/write_all.h"
 #include "platform/linux/preferences_json.h"
 #include "platform/linux/unique_fd.h"
 
@@ -36,18 +37,6 @@ tl::expected<UniqueFd, std::string> lockForWriting(const std::filesystem::path& 
     return lock;
 }
 
-Result writeAll(int fd, std::string_view text, const std::filesystem::path& path) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            return failure("cannot write", path);
-        }
-        text.remove_prefix(static_cast<size_t>(count));
-    }
-    return {};
-}
-
 // Puts `text` in place of `target` in one step: a reader sees the old file or the new one,
 // never a part, and after a crash the file is whole, old or new (the folder is not flushed, so
 // a crash may lose the latest write, as with any settings left unsynchronised). The new file is
@@ -56,7 +45,8 @@ Result replaceFile(const std::filesystem::path& target, std::string_view text) {
     std::string temporary = target.string() + ".XXXXXX";
     UniqueFd file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return failure("cannot create a file beside", target);
-    auto written = writeAll(file.get(), text, temporary);
+    Result written;
+    if (!writeAll(file.get(), text)) written = failure("cannot write", temporary);
     if (written && ::fsync(file.get()) != 0) written = failure("cannot flush", temporary);
     if (written && ::rename(temporary.c_str(), target.c_str()) != 0) {
         written = failure("cannot replace", target);
