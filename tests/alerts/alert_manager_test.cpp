@@ -16,6 +16,7 @@ class FakeNotifier final : public Notifier {
   public:
     bool granted = true;
     std::optional<std::string> authorizationError;
+    std::optional<std::string> postError;
     std::vector<Notification> posted;
 
     void requestAuthorization(AuthorizationHandler handler) override {
@@ -24,7 +25,7 @@ class FakeNotifier final : public Notifier {
     void authorizationStatus(StatusHandler handler) override { handler(granted); }
     void post(Notification notification, PostHandler handler) override {
         posted.push_back(std::move(notification));
-        handler(std::nullopt);
+        handler(postError);
     }
 };
 
@@ -215,6 +216,15 @@ TEST_F(AlertTimeline, BothAlertsInOneEvaluationComeCpuFirstEachWithItsNotificati
     config.alertCooldownMinutes = 0;
     EXPECT_EQ(at(1, sample(97, 2)).size(), 2u);
     EXPECT_EQ(notifier.posted.size(), 2u) << "events without notifications";
+}
+
+TEST_F(AlertTimeline, FailedNotificationIsLoggedAndTheEventStandsWithoutRetry) {
+    LogRecorder log;
+    notifier.postError = "no notification service";
+    EXPECT_EQ(at(0, sample(95)).size(), 1u);
+    EXPECT_TRUE(at(1, sample(95)).empty()) << "the cooldown runs from the failed alert";
+    EXPECT_EQ(notifier.posted.size(), 1u);
+    EXPECT_EQ(log.matching("Failed to send notification: no notification service").size(), 1u);
 }
 
 TEST_F(AlertTimeline, PermissionAnswersAreLoggedTheTestAlertNeedsThemAndStatusComesOnTheMainQueue) {
