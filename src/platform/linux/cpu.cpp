@@ -118,25 +118,20 @@ LinuxCpuSource::LinuxCpuSource(std::string procRoot, std::string sysRoot, const 
       loadavg_(procRoot + "/loadavg"),
       online_(sysRoot + "/devices/system/cpu/online"),
       thermalRoot_(sysRoot + "/class/thermal"),
-      clock_(clock),
+      onlineCount_(clock, onlineRecount),
       zones_(clock, zoneRediscovery) {}
 
 int64_t LinuxCpuSource::processorCount() {
-    const int64_t now = clock_.monotonic().count();
-    const int64_t cached = onlineCount_.load();
-    if (cached > 0 && now - onlineCountReadAt_.load() < Duration(onlineRecount).count()) {
-        return cached;
-    }
+    return *onlineCount_.get([this] { return countOnline(); });
+}
+
+int64_t LinuxCpuSource::countOnline() {
     std::array<char, 256> buffer;
     const auto text = online_.read(buffer);
-    auto online = text ? countCpuList(*text) : std::nullopt;
-    if (!online || *online < 1) {
-        const long configured = ::sysconf(_SC_NPROCESSORS_ONLN);
-        online = configured > 0 ? configured : 1;
-    }
-    onlineCount_.store(*online);
-    onlineCountReadAt_.store(now);
-    return *online;
+    const auto online = text ? countCpuList(*text) : std::nullopt;
+    if (online && *online >= 1) return *online;
+    const long configured = ::sysconf(_SC_NPROCESSORS_ONLN);
+    return configured > 0 ? configured : 1;
 }
 
 std::optional<LoadAverages> LinuxCpuSource::loadAverages() {
