@@ -1,6 +1,5 @@
 #include "platform/linux/system_info.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/utsname.h>
@@ -57,19 +56,13 @@ std::optional<CoreSplit> readCoreSplit(const std::string& sysRoot) {
         if (performance && efficiency) return CoreSplit{*performance, *efficiency};
     }
     std::vector<long> capacities;
-    const std::string cpuRoot = sysRoot + "/devices/system/cpu";
-    DIR* dir = ::opendir(cpuRoot.c_str());
-    if (!dir) return std::nullopt;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string_view name = entry->d_name;
-        if (!name.starts_with("cpu") || !parseNumber<unsigned>(name.substr(3))) continue;
-        const auto text =
-            linux_files::readAttribute(cpuRoot + "/" + entry->d_name + "/cpu_capacity");
+    const std::string cpuRoot = sysRoot + "/devices/system/cpu/";
+    for (const std::string& cpu : linux_files::numberedEntries(cpuRoot, "cpu")) {
+        const auto text = linux_files::readAttribute(cpuRoot + cpu + "/cpu_capacity");
         if (const auto capacity = text ? parseNumber<long>(*text) : std::nullopt) {
             capacities.push_back(*capacity);
         }
     }
-    ::closedir(dir);
     return splitByCapacity(capacities);
 }
 
