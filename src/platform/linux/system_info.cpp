@@ -132,6 +132,16 @@ std::optional<std::string> parsePrettyHostname(std::string_view machineInfo) {
     return std::nullopt;
 }
 
+std::optional<std::string> accountName(uid_t uid) {
+    passwd entry{};
+    passwd* found = nullptr;
+    std::array<char, 4096> buffer;
+    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) {
+        return std::nullopt;
+    }
+    return std::string(found->pw_name);
+}
+
 bool isPlaceholderModel(std::string_view name) {
     static constexpr std::string_view placeholders[] = {"to be filled by o.e.m.",
                                                         "system product name",
@@ -196,13 +206,7 @@ std::optional<std::string> LinuxSystemInfoSource::consoleUser() {
     char* session = nullptr;
     if (sd_seat_get_active("seat0", &session, &uid) < 0) return std::nullopt;
     std::free(session);
-    passwd entry;
-    passwd* found = nullptr;
-    std::array<char, 4096> buffer;
-    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) {
-        return std::to_string(uid);
-    }
-    return std::string(found->pw_name);
+    return accountName(uid).value_or(std::to_string(uid));
 }
 
 }  // namespace ostrel
