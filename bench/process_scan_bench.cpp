@@ -22,6 +22,7 @@
 #include "collectors/process_collector.h"
 #include "extra_processes.h"
 #include "platform/dispatcher.h"
+#include "platform/linux/process_memory.h"
 #include "platform/linux/processes.h"
 
 extern char** environ;

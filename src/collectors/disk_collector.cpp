@@ -28,7 +28,7 @@ std::optional<double> roundedRate(double delta, double divisor, double elapsed) 
 }  // namespace
 
 DiskCollector::DiskCollector(DiskSource& source, const Clock& clock)
-    : source_(source), clock_(clock) {
+    : source_(source), clock_(clock), cachedIOStats_(clock, cacheValidity) {
     seed();
 }
 
@@ -44,18 +44,10 @@ void DiskCollector::seed() {
 }
 
 std::optional<DiskIOCounters> DiskCollector::readDiskIOStats() {
-    {
-        std::lock_guard lock(cacheLock_);
-        if (cachedIOStats_ &&
-            elapsedSeconds(cachedIOStats_->timestamp, clock_.monotonic()) < cacheValidity) {
-            return cachedIOStats_->counters;
-        }
-    }
+    if (const auto cached = cachedIOStats_.fresh()) return *cached;
     const auto counters = source_.ioCounters();
-    if (!counters) return std::nullopt;
-    const Duration now = clock_.monotonic();
-    std::lock_guard lock(cacheLock_);
-    cachedIOStats_ = Reading{*counters, now};
+    // A failed reading is not kept: the next sample asks the devices again.
+    if (counters) cachedIOStats_.store(*counters);
     return counters;
 }
 

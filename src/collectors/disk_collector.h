@@ -5,6 +5,7 @@
 
 #include "platform/clock.h"
 #include "platform/disk_source.h"
+#include "platform/timed_cache.h"
 #include "records/system_metrics.h"
 
 namespace ostrel {
@@ -14,7 +15,7 @@ namespace ostrel {
 // worth reading.
 class DiskCollector {
   public:
-    static constexpr double cacheValidity = 1.5;
+    static constexpr Duration cacheValidity = std::chrono::milliseconds(1500);
 
     // Takes the first baseline.
     DiskCollector(DiskSource& source, const Clock& clock);
@@ -34,8 +35,7 @@ class DiskCollector {
     const Clock& clock_;
     std::mutex sampleLock_;
     std::optional<Reading> lastIOSample_;
-    std::mutex cacheLock_;
-    std::optional<Reading> cachedIOStats_;
+    TimedCache<DiskIOCounters> cachedIOStats_;
 };
 
 }  // namespace ostrel

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "collectors/rate.h"
 #include "logging/logger.h"
 
 namespace ostrel {
@@ -16,7 +15,7 @@ std::optional<int64_t> capped(const std::optional<int64_t>& percent) {
 }  // namespace
 
 GPUCollector::GPUCollector(GpuSource& source, const Clock& clock)
-    : source_(source), clock_(clock) {}
+    : source_(source), cachedMetrics_(clock, cacheValidity) {}
 
 void GPUCollector::collectModelInfo(GPUMetrics& metrics, const AcceleratorReading& reading) {
     if (!metrics.model) metrics.model = reading.model;
@@ -34,29 +33,24 @@ void GPUCollector::collectPerformanceStats(GPUMetrics& metrics, const Accelerato
 }
 
 GPUMetrics GPUCollector::collect() {
-    {
-        std::lock_guard lock(cacheLock_);
-        if (cachedMetrics_ &&
-            elapsedSeconds(cachedMetrics_->timestamp, clock_.monotonic()) < cacheValidity) {
-            return cachedMetrics_->data;
-        }
-    }
-    // The walk runs outside the lock: two overlapping calls may both walk; the later store wins.
+    // Every result is kept, an empty one too: a machine without a device is not asked again
+    // until the cache expires.
+    return *cachedMetrics_.get([this] { return readDevices(); });
+}
+
+GPUMetrics GPUCollector::readDevices() {
     GPUMetrics metrics;
     auto devices = source_.accelerators();
     if (!devices) {
         Logger::debug("IOServiceGetMatchingServices failed for IOAccelerator",
                       Logger::Category::collection);
-    } else {
-        for (const AcceleratorReading& device : *devices) {
-            collectModelInfo(metrics, device);
-            collectPerformanceStats(metrics, device);
-            if (metrics.deviceUtilization) break;
-        }
+        return metrics;
     }
-    const Duration now = clock_.monotonic();
-    std::lock_guard lock(cacheLock_);
-    cachedMetrics_ = Cached{metrics, now};
+    for (const AcceleratorReading& device : *devices) {
+        collectModelInfo(metrics, device);
+        collectPerformanceStats(metrics, device);
+        if (metrics.deviceUtilization) break;
+    }
     return metrics;
 }
 

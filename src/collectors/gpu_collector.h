@@ -1,10 +1,8 @@
 #pragma once
 
-#include <mutex>
-#include <optional>
-
 #include "platform/clock.h"
 #include "platform/gpu_source.h"
+#include "platform/timed_cache.h"
 #include "records/system_metrics.h"
 
 namespace ostrel {
@@ -13,7 +11,7 @@ namespace ostrel {
 // briefly: the interface may sample faster than the devices are worth reading.
 class GPUCollector {
   public:
-    static constexpr double cacheValidity = 2.0;
+    static constexpr Duration cacheValidity = std::chrono::seconds(2);
 
     GPUCollector(GpuSource& source, const Clock& clock);
 
@@ -23,15 +21,10 @@ class GPUCollector {
     static void collectPerformanceStats(GPUMetrics& metrics, const AcceleratorReading& reading);
 
   private:
-    struct Cached {
-        GPUMetrics data;
-        Duration timestamp;  // monotonic
-    };
+    GPUMetrics readDevices();
 
     GpuSource& source_;
-    const Clock& clock_;
-    std::mutex cacheLock_;
-    std::optional<Cached> cachedMetrics_;
+    TimedCache<GPUMetrics> cachedMetrics_;
 };
 
 }  // namespace ostrel

@@ -76,7 +76,9 @@ SystemMetrics MetricsAggregator::collectFastMetrics(const MonitorConfig& config)
 }
 
 SystemMetrics MetricsAggregator::collect(const MonitorConfig& config, bool forStorage, bool fast) {
-    Timing timing(clock_, !fast && config.logLevel == LogLevel::debug);
+    // Only full samples at debug level are timed and counted.
+    const bool timed = !fast && config.logLevel == LogLevel::debug;
+    Timing timing(clock_, timed);
     SystemMetrics metrics;
     metrics.timestamp = Formatters::localIso8601WithOffset(clock_.now());
     metrics.hostname = sources_.system->hostName();
@@ -128,7 +130,7 @@ SystemMetrics MetricsAggregator::collect(const MonitorConfig& config, bool forSt
         timing.lap("sys");
     }
 
-    if (!fast && config.logLevel == LogLevel::debug) {
+    if (timed) {
         bool due = false;
         {
             std::lock_guard lock(collectCountLock_);

@@ -1,20 +1,15 @@
 #include "collectors/process_collector.h"
 
 #include <algorithm>
-#include <string_view>
-#include <unordered_set>
 
 #include "collectors/process_cpu_tracker.h"
 #include "collectors/process_name_utils.h"
 #include "collectors/process_text.h"
-#include "logging/logger.h"
 #include "records/formatters.h"
 
 namespace ostrel {
 
 namespace {
-
-constexpr auto kCategory = Logger::Category::collection;
 
 // The tools a platform may run to list processes: when the program runs them itself they are
 // its own doing, not the machine's load. A user's own `top` stays.
@@ -59,143 +54,16 @@ size_t clampedLimit(int limit) {
     return limit > 0 ? static_cast<size_t>(limit) : 0;
 }
 
-// Logs a source's failure once when it starts failing, and again only after it recovered.
-void noteSourceState(std::mutex& lock, bool& failing, const tl::expected<void, ReadError>& state,
-                     std::string_view what) {
-    bool logIt = false;
-    {
-        std::lock_guard guard(lock);
-        logIt = !state && !failing;
-        failing = !state;
-    }
-    if (logIt) {
-        Logger::warning(std::string(what) + " unavailable: " + std::string(describe(state.error())),
-                        kCategory);
-    }
-}
-
-template <class T>
-tl::expected<void, ReadError> stateOf(const tl::expected<T, ReadError>& result) {
-    if (result) return {};
-    return tl::unexpected(result.error());
-}
-
 }  // namespace
-
-// The cache of refined memory figures and the timer that fills it. Tasks and the timer hold it
-// weakly, so they end without a word once the collector is gone.
-struct ProcessCollector::MemoryRefresher : std::enable_shared_from_this<MemoryRefresher> {
-    MemoryRefresher(ProcessSources processSources, Dispatcher& timers, SerialQueue& timerQueue)
-        : sources(std::move(processSources)), dispatcher(timers), queue(timerQueue) {}
-
-    ProcessSources sources;
-    Dispatcher& dispatcher;
-    SerialQueue& queue;
-
-    std::mutex memoryCacheLock;
-    std::unordered_map<int32_t, double> memoryCache;
-    // The largest processes of the last list, largest resident size first.
-    std::mutex candidatesLock;
-    std::vector<int32_t> candidates;
-
-    std::mutex isCollectingMemoryLock;
-    bool isCollectingMemory = false;
-    std::mutex failureLock;
-    bool failing = false;
-
-    // Touched on the queue, and by stop() from the collector's destructor.
-    std::mutex timerLock;
-    std::unique_ptr<Timer> memoryUpdateTimer;
-    double memoryUpdateInterval = kDefaultMemoryUpdateInterval;
-    bool stopped = false;
-
-    void startMemoryCollection() {
-        std::unique_ptr<Timer> previous;
-        {
-            std::lock_guard guard(timerLock);
-            if (stopped) return;
-            previous = std::move(memoryUpdateTimer);
-        }
-        if (previous) previous->cancel();
-        std::weak_ptr<MemoryRefresher> weak = weak_from_this();
-        auto timer = dispatcher.makeTimer(
-            queue,
-            TimerSchedule{.firstDeadline = Duration::zero(),
-                          .period = std::chrono::duration_cast<Duration>(
-                              std::chrono::duration<double>(memoryUpdateInterval)),
-                          .leeway = std::chrono::milliseconds(100)},
-            [weak] {
-                if (auto self = weak.lock()) self->collectMemoryAsync();
-            });
-        std::lock_guard guard(timerLock);
-        if (stopped) {
-            timer->cancel();
-            return;
-        }
-        memoryUpdateTimer = std::move(timer);
-    }
-
-    void stop() {
-        std::unique_ptr<Timer> timer;
-        {
-            std::lock_guard guard(timerLock);
-            stopped = true;
-            timer = std::move(memoryUpdateTimer);
-        }
-        if (timer) timer->cancel();
-    }
-
-    // The largest processes by resident size when no sample has listed them yet.
-    std::vector<int32_t> largestFromOwnScan() {
-        if (!sources.processes) return {};
-        auto table = sources.processes->listProcesses();
-        if (!table) return {};
-        auto& readings = table->processes;
-        std::stable_sort(readings.begin(), readings.end(), [](const auto& a, const auto& b) {
-            return a.residentBytes > b.residentBytes;
-        });
-        std::vector<int32_t> pids;
-        for (size_t i = 0; i < readings.size() && i < kRefinedProcessCount; ++i) {
-            pids.push_back(readings[i].pid);
-        }
-        return pids;
-    }
-
-    void collectMemoryAsync() {
-        {
-            std::lock_guard guard(isCollectingMemoryLock);
-            if (isCollectingMemory) return;
-            isCollectingMemory = true;
-        }
-        std::vector<int32_t> pids;
-        {
-            std::lock_guard guard(candidatesLock);
-            pids = candidates;
-        }
-        if (pids.empty()) pids = largestFromOwnScan();
-        auto refined = sources.memory->refinedMemoryMB(pids);
-        noteSourceState(failureLock, failing, stateOf(refined), "Process memory refinement");
-        {
-            // A failed read empties the cache: resident sizes hold until the next good one.
-            std::lock_guard guard(memoryCacheLock);
-            memoryCache = refined ? std::move(*refined) : std::unordered_map<int32_t, double>{};
-        }
-        std::lock_guard guard(isCollectingMemoryLock);
-        isCollectingMemory = false;
-    }
-};
 
 ProcessCollector::ProcessCollector(ProcessSources sources, Dispatcher& dispatcher)
     : sources_(std::move(sources)),
       cpuTracker_(std::make_unique<ProcessCpuTracker>()),
       clock_(dispatcher.clock()),
       memoryCollectionQueue_(dispatcher.makeSerialQueue(kMemoryQueueLabel)),
-      memory_(std::make_shared<MemoryRefresher>(sources_, dispatcher, *memoryCollectionQueue_)) {
-    if (!sources_.memory) return;
-    std::weak_ptr<MemoryRefresher> weak = memory_;
-    memoryCollectionQueue_->async([weak] {
-        if (auto refresher = weak.lock()) refresher->startMemoryCollection();
-    });
+      memory_(
+          std::make_shared<ProcessMemoryRefresher>(sources_, dispatcher, *memoryCollectionQueue_)) {
+    if (sources_.memory) memory_->start();
 }
 
 ProcessCollector::ProcessCollector(Dispatcher& dispatcher)
@@ -206,14 +74,7 @@ ProcessCollector::~ProcessCollector() {
 }
 
 void ProcessCollector::setMemoryUpdateInterval(int seconds) {
-    if (!sources_.memory) return;
-    std::weak_ptr<MemoryRefresher> weak = memory_;
-    memoryCollectionQueue_->async([weak, seconds] {
-        auto refresher = weak.lock();
-        if (!refresher) return;
-        refresher->memoryUpdateInterval = std::max(seconds, 1);
-        refresher->startMemoryCollection();
-    });
+    if (sources_.memory) memory_->setInterval(seconds);
 }
 
 std::vector<ProcessEntry> ProcessCollector::collectProcessInfo() {
@@ -223,7 +84,7 @@ std::vector<ProcessEntry> ProcessCollector::collectProcessInfo() {
 std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
     if (!sources_.processes) return std::nullopt;
     auto table = sources_.processes->listProcesses();
-    noteSourceState(failureLogLock_, processSourceFailing_, stateOf(table), "Process list");
+    processHealth_.note(table);
     if (!table) return std::nullopt;
 
     std::erase_if(table->processes, [this](const ProcessReading& reading) {
@@ -231,11 +92,7 @@ std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
     });
     const auto cpu = cpuTracker_->percentages(*table);
 
-    std::unordered_map<int32_t, double> memoryCache;
-    {
-        std::lock_guard guard(memory_->memoryCacheLock);
-        memoryCache = memory_->memoryCache;
-    }
+    const std::unordered_map<int32_t, double> memoryCache = memory_->figures();
 
     std::vector<ProcessEntry> entries;
     entries.reserve(table->processes.size());
@@ -254,22 +111,9 @@ std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
         });
     }
 
+    // The refinement timer reads the largest processes of this list next time.
     if (sources_.memory) {
-        // The refinement timer reads the largest processes of this list next time.
-        std::vector<size_t> order(table->processes.size());
-        for (size_t i = 0; i < order.size(); ++i)
-            order[i] = i;
-        const size_t count = std::min(order.size(), kRefinedProcessCount);
-        std::partial_sort(
-            order.begin(), order.begin() + count, order.end(), [&](size_t a, size_t b) {
-                return table->processes[a].residentBytes > table->processes[b].residentBytes;
-            });
-        std::vector<int32_t> largest;
-        largest.reserve(count);
-        for (size_t i = 0; i < count; ++i)
-            largest.push_back(entries[order[i]].pid);
-        std::lock_guard guard(memory_->candidatesLock);
-        memory_->candidates = std::move(largest);
+        memory_->setCandidates(largestByResidentSize(table->processes, kRefinedProcessCount));
     }
     return entries;
 }
@@ -318,8 +162,7 @@ ProcessMetrics ProcessCollector::collect() {
 std::vector<ProcessNetworkInfo> ProcessCollector::collectNetworkStats(int limit) {
     if (!sources_.network) return {};
     auto counters = sources_.network->readNetworkCounters();
-    noteSourceState(failureLogLock_, networkSourceFailing_, stateOf(counters),
-                    "Per-process network counters");
+    networkHealth_.note(counters);
     if (!counters) return {};
 
     std::vector<ProcessNetworkInfo> stats;
@@ -346,8 +189,7 @@ std::vector<ProcessDiskInfo> ProcessCollector::collectDiskStats(int limit) {
     if (!sources_.disk) return {};
     const Duration now = clock_.monotonic();
     auto counters = sources_.disk->readDiskCounters();
-    noteSourceState(failureLogLock_, diskSourceFailing_, stateOf(counters),
-                    "Per-process disk counters");
+    diskHealth_.note(counters);
     if (!counters) return {};
 
     // Idle processes are not worth a baseline entry.

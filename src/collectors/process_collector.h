@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "collectors/process_memory_refresher.h"
+#include "collectors/source_health.h"
 #include "platform/dispatcher.h"
 #include "platform/process_source.h"
 #include "records/process_search_result.h"
@@ -40,9 +42,8 @@ struct ProcessEntry {
 class ProcessCollector {
   public:
     static constexpr const char* kMemoryQueueLabel = "com.ostrel.memory-collection";
-    static constexpr double kDefaultMemoryUpdateInterval = 2.0;
     // How many of the largest processes get a refined memory figure.
-    static constexpr size_t kRefinedProcessCount = 20;
+    static constexpr size_t kRefinedProcessCount = ProcessMemoryRefresher::kProcessCount;
     // How many entries `collect` keeps in topCPU and topMemory.
     static constexpr size_t kTopCount = 20;
 
@@ -81,8 +82,6 @@ class ProcessCollector {
     std::vector<ProcessEntry> collectProcessInfo();
 
   private:
-    struct MemoryRefresher;
-
     WatchedProcessMetrics aggregate(const std::string& pattern, bool byPrefix);
     // The list, or nothing when the source could not list processes at all.
     std::optional<std::vector<ProcessEntry>> listEntries();
@@ -101,14 +100,13 @@ class ProcessCollector {
     mutable std::mutex processInfoCacheLock_;
     std::vector<ProcessEntry> lastCollectedProcessInfos_;
 
-    mutable std::mutex failureLogLock_;
-    bool processSourceFailing_ = false;
-    bool networkSourceFailing_ = false;
-    bool diskSourceFailing_ = false;
+    SourceHealth processHealth_{"Process list"};
+    SourceHealth networkHealth_{"Per-process network counters"};
+    SourceHealth diskHealth_{"Per-process disk counters"};
 
     const Clock& clock_;
     std::shared_ptr<SerialQueue> memoryCollectionQueue_;
-    std::shared_ptr<MemoryRefresher> memory_;
+    std::shared_ptr<ProcessMemoryRefresher> memory_;
 };
 
 }  // namespace ostrel

@@ -19,6 +19,8 @@ struct AcceleratorReading {
     std::optional<int64_t> tilerUtilization;
     std::optional<uint64_t> inUseMemoryBytes;
     std::optional<uint64_t> allocatedMemoryBytes;
+
+    bool operator==(const AcceleratorReading&) const = default;
 };
 
 class GpuSource {

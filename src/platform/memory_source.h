@@ -20,12 +20,16 @@ struct VmStats {
     std::optional<int64_t> pageOuts;
     std::optional<int64_t> swapIns;
     std::optional<int64_t> swapOuts;
+
+    bool operator==(const VmStats&) const = default;
 };
 
 struct SwapUsage {
     uint64_t totalBytes = 0;
     uint64_t usedBytes = 0;
     uint64_t availableBytes = 0;
+
+    bool operator==(const SwapUsage&) const = default;
 };
 
 // One reading of the memory counters, taken together because the kernel serves them from the

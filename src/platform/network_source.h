@@ -18,6 +18,8 @@ struct InterfaceCounters {
     uint32_t bytesOut = 0;
     uint32_t errorsIn = 0;
     uint32_t errorsOut = 0;
+
+    bool operator==(const InterfaceCounters&) const = default;
 };
 
 // One link-level interface entry.
@@ -26,6 +28,8 @@ struct LinkEntry {
     bool up = false;
     bool loopback = false;
     std::optional<InterfaceCounters> counters;
+
+    bool operator==(const LinkEntry&) const = default;
 };
 
 class NetworkSource {

@@ -18,6 +18,8 @@ struct PowerSourceDescription {
     std::optional<int64_t> maxCapacity;
     std::optional<bool> isCharging;
     std::optional<bool> isCharged;
+
+    bool operator==(const PowerSourceDescription&) const = default;
 };
 
 // A kind of sleep assertion and how many holders it has. Names that contain
@@ -26,6 +28,8 @@ struct PowerSourceDescription {
 struct SleepAssertion {
     std::string name;
     int64_t count = 0;
+
+    bool operator==(const SleepAssertion&) const = default;
 };
 
 class PowerSource {

@@ -10,6 +10,8 @@ struct OsVersion {
     int64_t major = 0;
     int64_t minor = 0;
     int64_t patch = 0;
+
+    bool operator==(const OsVersion&) const = default;
 };
 
 // Facts about the machine and its session.

@@ -10,119 +10,80 @@ namespace ostrel {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::FakeDiskSource;
-using testing::VirtualClock;
 
-DiskMetrics io(DiskCollector& collector, bool updateBaseline = true) {
-    DiskMetrics metrics;
-    collector.collectDiskIO(metrics, updateBaseline);
-    return metrics;
+struct DiskCollectorTest : ::testing::Test {
+    // The collector takes its baseline from `first` as it is made.
+    void make(std::optional<DiskIOCounters> first) {
+        source.counters = first;
+        collector.emplace(source, clock);
+    }
+    DiskMetrics io(std::optional<DiskIOCounters> counters) {
+        source.counters = counters;
+        DiskMetrics metrics;
+        collector->collectDiskIO(metrics, true);
+        return metrics;
+    }
+
+    testing::LogRecorder log;
+    testing::FakeDiskSource source;
+    testing::VirtualClock clock;
+    std::optional<DiskCollector> collector;
+};
+
+TEST_F(DiskCollectorTest, SpaceRoundsGigabytesAndTakesThePercentageFromUnroundedUse) {
+    make(DiskIOCounters{});
+    const auto space = [&](DiskCapacity capacity) {
+        source.space = capacity;
+        DiskMetrics metrics;
+        collector->collectDiskSpace(metrics);
+        return metrics;
+    };
+    EXPECT_EQ(space({500'000'000'000, 123'450'000'000}),
+              (DiskMetrics{.totalGB = 500.0, .usedGB = 376.5, .freeGB = 123.5, .percentUsed = 75}));
+    EXPECT_EQ(space({0, 1'000'000'000}).percentUsed, 0);
+    EXPECT_EQ(space({1'000'000'000, std::nullopt}), (DiskMetrics{.totalGB = 1.0}));
 }
 
-TEST(DiskCollectorSpace, RoundsGigabytesAndTakesThePercentageFromUnroundedUse) {
-    FakeDiskSource source;
-    VirtualClock clock;
-    DiskCollector collector(source, clock);
-
-    source.space = {.totalBytes = 500'000'000'000, .availableBytes = 123'450'000'000};
-    DiskMetrics metrics;
-    collector.collectDiskSpace(metrics);
-    EXPECT_EQ(metrics.totalGB, 500.0);
-    EXPECT_EQ(metrics.freeGB, 123.5);
-    EXPECT_EQ(metrics.usedGB, 376.5);
-    EXPECT_EQ(metrics.percentUsed, 75);
-
-    source.space = {.totalBytes = 0, .availableBytes = 1'000'000'000};
-    DiskMetrics empty;
-    collector.collectDiskSpace(empty);
-    EXPECT_EQ(empty.percentUsed, 0);
-
-    source.space = {.totalBytes = 1'000'000'000};
-    DiskMetrics partial;
-    collector.collectDiskSpace(partial);
-    EXPECT_EQ(partial.totalGB, 1.0);
-    EXPECT_FALSE(partial.freeGB);
-    EXPECT_FALSE(partial.usedGB);
-    EXPECT_FALSE(partial.percentUsed);
-}
-
-TEST(DiskCollectorIO, RatesDivideByTheMeasuredTimeWithFourKibibyteTransfers) {
-    FakeDiskSource source;
-    VirtualClock clock;
-    source.counters = DiskIOCounters{1000, 5000};
-    DiskCollector collector(source, clock);
-
+TEST_F(DiskCollectorTest, RatesDivideByTheMeasuredTimeWithFourKibibyteTransfers) {
+    make(DiskIOCounters{1000, 5000});
     clock.advance(2s);
-    source.counters = DiskIOCounters{1000 + 1048576, 5000};
-    const DiskMetrics metrics = io(collector);
-    EXPECT_EQ(metrics.readKBPerSec, 512.0);
-    EXPECT_EQ(metrics.writeKBPerSec, 0.0);
-    EXPECT_EQ(metrics.transfersPerSec, 128.0);
-
+    EXPECT_EQ(io(DiskIOCounters{1000 + 1048576, 5000}),
+              (DiskMetrics{.readKBPerSec = 512.0, .writeKBPerSec = 0.0, .transfersPerSec = 128.0}));
     // A late timer: 3 seconds pass, not the 2 of the interval.
     clock.advance(3s);
-    source.counters = DiskIOCounters{1000 + 1048576, 5000 + 3 * 1024 * 10};
-    EXPECT_EQ(io(collector).writeKBPerSec, 10.0);
+    EXPECT_EQ(io(DiskIOCounters{1000 + 1048576, 5000 + 3 * 1024 * 10}).writeKBPerSec, 10.0);
 }
 
-TEST(DiskCollectorIO, ReadsTheDevicesAtMostOncePerCacheSpan) {
-    FakeDiskSource source;
-    VirtualClock clock;
-    DiskCollector collector(source, clock);
-    ASSERT_EQ(source.counterReads, 1);
-
+TEST_F(DiskCollectorTest, ReadsTheDevicesAtMostOncePerCacheSpan) {
+    make(DiskIOCounters{});
     clock.advance(1s);
-    io(collector);
+    io(DiskIOCounters{});
     clock.advance(400ms);
-    io(collector);
+    io(DiskIOCounters{});
     EXPECT_EQ(source.counterReads, 1);
-
     clock.advance(100ms);  // 1.5 s after the reading: stale
-    io(collector);
+    io(DiskIOCounters{});
     EXPECT_EQ(source.counterReads, 2);
 }
 
-TEST(DiskCollectorIO, CounterBelowItsBaselineSkipsTheSampleAndRebaselines) {
-    testing::LogRecorder log;
-    FakeDiskSource source;
-    VirtualClock clock;
-    source.counters = DiskIOCounters{10'000, 10'000};
-    DiskCollector collector(source, clock);
+TEST_F(DiskCollectorTest, WithoutBaselineTimeOrGrowthNoRatesButTheBaselineMoves) {
+    make(std::nullopt);
+    EXPECT_EQ(log.matching("Failed to seed disk I/O stats").size(), 1u);
+    EXPECT_EQ(io(DiskIOCounters{10'000, 10'000}), DiskMetrics{});  // the first sets the baseline
+    EXPECT_EQ(io(DiskIOCounters{10'000, 10'000}), DiskMetrics{});  // no time has passed
 
     clock.advance(2s);
-    source.counters = DiskIOCounters{5'000, 20'000};
-    EXPECT_FALSE(io(collector).readKBPerSec);
+    EXPECT_EQ(io(DiskIOCounters{5'000, 20'000}), DiskMetrics{});
     EXPECT_EQ(log.matching("Disk read counter wrapped, skipping sample").size(), 1u);
-
     clock.advance(2s);
-    source.counters = DiskIOCounters{6'000, 10'000};
-    EXPECT_FALSE(io(collector).writeKBPerSec);
+    EXPECT_EQ(io(DiskIOCounters{6'000, 10'000}), DiskMetrics{});
     EXPECT_EQ(log.matching("Disk write counter wrapped, skipping sample").size(), 1u);
 
+    // A failed reading is not kept and moves nothing: the next one measures from the last
+    // baseline, 2 s back.
     clock.advance(2s);
-    source.counters = DiskIOCounters{6'000 + 2048, 10'000};
-    EXPECT_EQ(io(collector).readKBPerSec, 1.0);
-}
-
-TEST(DiskCollectorIO, WithoutReadingsOrElapsedTimeNoRatesAreGiven) {
-    testing::LogRecorder log;
-    FakeDiskSource source;
-    VirtualClock clock;
-    source.counters.reset();
-    DiskCollector collector(source, clock);
-    EXPECT_EQ(log.matching("Failed to seed disk I/O stats").size(), 1u);
-
-    // The first reading only sets the baseline.
-    source.counters = DiskIOCounters{0, 0};
-    EXPECT_FALSE(io(collector).readKBPerSec);
-    // The same instant again: no time has passed.
-    EXPECT_FALSE(io(collector).readKBPerSec);
-
-    clock.advance(2s);
-    source.counters.reset();
-    EXPECT_EQ(io(collector), DiskMetrics{});
-    source.counters = DiskIOCounters{2048, 0};
-    EXPECT_EQ(io(collector).readKBPerSec, 1.0);  // still over the 2 s since the baseline
+    EXPECT_EQ(io(std::nullopt), DiskMetrics{});
+    EXPECT_EQ(io(DiskIOCounters{6'000 + 2048, 10'000}).readKBPerSec, 1.0);
 }
 
 }  // namespace

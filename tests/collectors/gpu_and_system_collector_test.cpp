@@ -12,8 +12,14 @@ namespace {
 using namespace std::chrono_literals;
 using testing::VirtualClock;
 
-TEST(GPUCollector, TakesModelFromTheFirstDeviceAndStopsAtTheFirstUtilisation) {
+TEST(GPUCollector, FirstDeviceWithAUtilisationCappedAndEveryResultKeptForTwoSeconds) {
+    testing::LogRecorder log;
     testing::FakeGpuSource source;
+    VirtualClock clock;
+    GPUCollector collector(source, clock);
+    EXPECT_EQ(collector.collect(), GPUMetrics{});  // no device: kept like any result
+
+    // The model of the first device; figures up to the first that reports a utilisation.
     source.devices = std::vector<AcceleratorReading>{
         {.model = "Integrated", .inUseMemoryBytes = 1},
         {.model = "Discrete",
@@ -24,34 +30,17 @@ TEST(GPUCollector, TakesModelFromTheFirstDeviceAndStopsAtTheFirstUtilisation) {
          .allocatedMemoryBytes = 7},
         {.model = "Third", .deviceUtilization = 5, .inUseMemoryBytes = 99},
     };
-    VirtualClock clock;
-    GPUCollector collector(source, clock);
-
-    const GPUMetrics metrics = collector.collect();
-    EXPECT_EQ(metrics.model, "Integrated");
-    EXPECT_EQ(metrics.coreCount, 40);
-    EXPECT_EQ(metrics.deviceUtilization, 100);
-    EXPECT_EQ(metrics.rendererUtilization, 100);
-    EXPECT_EQ(metrics.tilerUtilization, 3);
-    EXPECT_EQ(metrics.inUseMemoryBytes, 1u);
-    EXPECT_EQ(metrics.allocatedMemoryBytes, 7u);
-    EXPECT_FALSE(metrics.topGPU);
-}
-
-TEST(GPUCollector, CachesEveryResultForTwoSecondsEvenAnEmptyOne) {
-    testing::LogRecorder log;
-    testing::FakeGpuSource source;
-    VirtualClock clock;
-    GPUCollector collector(source, clock);
-
-    EXPECT_EQ(collector.collect(), GPUMetrics{});
-    source.devices = std::vector<AcceleratorReading>{{.model = "Card"}};
     clock.advance(1999ms);
     EXPECT_EQ(collector.collect(), GPUMetrics{});
     EXPECT_EQ(source.reads, 1);
-
     clock.advance(1ms);
-    EXPECT_EQ(collector.collect().model, "Card");
+    EXPECT_EQ(collector.collect(), (GPUMetrics{.model = "Integrated",
+                                               .coreCount = 40,
+                                               .deviceUtilization = 100,
+                                               .rendererUtilization = 100,
+                                               .tilerUtilization = 3,
+                                               .inUseMemoryBytes = 1,
+                                               .allocatedMemoryBytes = 7}));
     EXPECT_EQ(source.reads, 2);
 
     clock.advance(2s);
@@ -87,28 +76,17 @@ TEST_F(SystemInfoFixture, UptimeCountsWholeSecondsSinceBoot) {
 }
 
 TEST_F(SystemInfoFixture, ChipDescriptionNamesTheCoresThatAreKnown) {
-    source.brand = "Brand X";
-    source.performance = 8;
-    source.efficiency = 4;
-    gpu.cores = 30;
-    EXPECT_EQ(collector.collect().chipDescription, "Brand X with 12-core CPU (8P+4E), 30-core GPU");
-
-    source.efficiency.reset();
-    gpu.cores.reset();
-    EXPECT_EQ(collector.collect().chipDescription, "Brand X with 8-core CPU");
-
-    source.performance = 0;
-    source.efficiency = 6;
-    gpu.cores = 0;
-    EXPECT_EQ(collector.collect().chipDescription, "Brand X with 6-core CPU");
-
-    source.performance.reset();
-    source.efficiency.reset();
-    EXPECT_EQ(collector.collect().chipDescription, "Brand X");
-
-    source.brand.reset();
-    gpu.cores = 10;
-    EXPECT_FALSE(collector.collect().chipDescription);
+    const auto chip = [&](std::optional<std::string> brand, std::optional<int64_t> performance,
+                          std::optional<int64_t> efficiency, std::optional<int64_t> gpuCores) {
+        std::tie(source.brand, source.performance, source.efficiency, gpu.cores) =
+            std::tie(brand, performance, efficiency, gpuCores);
+        return collector.collect().chipDescription;
+    };
+    EXPECT_EQ(chip("Brand X", 8, 4, 30), "Brand X with 12-core CPU (8P+4E), 30-core GPU");
+    EXPECT_EQ(chip("Brand X", 8, {}, {}), "Brand X with 8-core CPU");
+    EXPECT_EQ(chip("Brand X", 0, 6, 0), "Brand X with 6-core CPU");
+    EXPECT_EQ(chip("Brand X", {}, {}, {}), "Brand X");
+    EXPECT_FALSE(chip({}, {}, {}, 10));
 }
 
 }  // namespace

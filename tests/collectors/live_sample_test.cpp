@@ -105,18 +105,27 @@ TEST_F(LiveSample, NetworkAndMachineFactsMatchTheKernel) {
     }
 }
 
+// The collection queue, the interface refresh and the refinement timer may all sample at once.
 TEST_F(LiveSample, OverlappingSamplesFromTwoThreadsStayConsistent) {
-    MonitorConfig config;
-    config.collectProcesses = false;
+    ProcessCollector& processes = aggregator->processCollector();
+    processes.setMemoryUpdateInterval(1);
     std::atomic<int> inconsistent{0};
     const auto sampleMany = [&](bool forStorage) {
         for (int i = 0; i < 200; ++i) {
+            // Every twentieth sample lists the processes too and looks up a watched name.
+            MonitorConfig config;
+            config.collectProcesses = i % 20 == 0;
             const SystemMetrics metrics = aggregator->collectAll(config, forStorage);
             const CPUMetrics& cpu = *metrics.cpu;
             const double sum = cpu.userPercent.value_or(0) + cpu.systemPercent.value_or(0) +
                                cpu.idlePercent.value_or(0);
-            if (sum > 100.1 || !metrics.memory->totalMB || !metrics.network->interface) {
+            if (sum > 100.1 || !metrics.memory->totalMB || !metrics.network->interface ||
+                (config.collectProcesses && metrics.processes->processCount.value_or(0) < 1)) {
                 ++inconsistent;
+            }
+            if (config.collectProcesses) {
+                processes.aggregateByPrefix("ostrel");
+                processes.searchProcesses("ostrel", 5, true);
             }
         }
     };
@@ -124,6 +133,9 @@ TEST_F(LiveSample, OverlappingSamplesFromTwoThreadsStayConsistent) {
     sampleMany(false);
     storage.join();
     EXPECT_EQ(inconsistent, 0);
+    // Other tests of this program may run beside this one, so look for this process only.
+    const auto own = processes.aggregateByExactName("ostrel_collectors_tests").pids;
+    EXPECT_NE(std::find(own.begin(), own.end(), getpid()), own.end());
 }
 
 }  // namespace

@@ -14,16 +14,8 @@ using namespace std::chrono_literals;
 
 struct FakeProcessSource : ProcessSource {
     tl::expected<ProcessTable, ReadError> listProcesses() override {
-        ProcessTable table;
-        table.processes = {
-            {.pid = 1, .name = "init", .user = "root", .residentBytes = 1 << 20, .cpuPercent = 0.5},
-            {.pid = 42,
-             .ppid = 1,
-             .name = "worker",
-             .user = "ana",
-             .residentBytes = 8 << 20,
-             .cpuPercent = 12.0}};
-        return table;
+        return ProcessTable{.processes = {{.pid = 1, .name = "init", .cpuPercent = 0.5},
+                                          {.pid = 42, .name = "worker", .cpuPercent = 12.0}}};
     }
 };
 
@@ -99,12 +91,11 @@ TEST_F(MetricsAggregatorTest, ProcessListsFollowTheirOwnToggleAndThoseOfNetworkA
     MonitorConfig noNetwork;
     noNetwork.collectNetwork = false;
     const SystemMetrics partial = aggregator->collectAll(noNetwork, true);
-    ASSERT_TRUE(partial.processes);
-    EXPECT_TRUE(partial.processes->topCPU);
-    EXPECT_TRUE(partial.processes->topMemory);
-    EXPECT_FALSE(partial.processes->topNetwork);
-    EXPECT_TRUE(partial.processes->topDisk);
     EXPECT_FALSE(partial.network);
+    ASSERT_TRUE(partial.processes);
+    EXPECT_TRUE(partial.processes->topCPU && partial.processes->topMemory &&
+                partial.processes->topDisk);
+    EXPECT_FALSE(partial.processes->topNetwork);
 
     MonitorConfig noProcesses;
     noProcesses.collectProcesses = false;
@@ -159,16 +150,14 @@ TEST_F(MetricsAggregatorTest, DebugLevelLogsTheTimingOfEveryThirtiethFullSample)
         aggregator->collectFastMetrics(debug);  // never counted
         EXPECT_EQ(log.matching("Metrics collected in").size(), static_cast<size_t>(i / 30)) << i;
     }
-    const auto lines = log.matching("Metrics collected in");
-    EXPECT_EQ(lines[0],
+    EXPECT_EQ(log.matching("Metrics collected in")[0],
               "Metrics collected in 1.5ms [cpu=0.0ms, mem=0.0ms, disk=1.5ms, net=0.0ms, "
               "proc=0.0ms, power=0.0ms, sys=0.0ms]");
-    const auto entries = log.entries();
-    const auto timing = std::find_if(entries.begin(), entries.end(), [](const auto& entry) {
-        return entry.message.starts_with("Metrics collected in");
-    });
-    EXPECT_EQ(timing->level, Logger::Level::debug);
-    EXPECT_EQ(timing->category, Logger::Category::collection);
+    for (const auto& entry : log.entries()) {
+        if (!entry.message.starts_with("Metrics collected in")) continue;
+        EXPECT_EQ(std::tuple(entry.level, entry.category),
+                  std::tuple(Logger::Level::debug, Logger::Category::collection));
+    }
 }
 
 }  // namespace

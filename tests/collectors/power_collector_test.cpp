@@ -8,48 +8,45 @@
 namespace ostrel {
 namespace {
 
-PowerMetrics battery(testing::FakePowerSource& source) {
+TEST(PowerCollector, BatteryPercentTruncatesAndLaterSourcesOverwriteOnlyWhatTheySay) {
+    testing::FakePowerSource source;
     PowerCollector collector(source);
-    PowerMetrics metrics;
-    collector.collectBatteryInfo(metrics);
-    return metrics;
-}
-
-TEST(PowerCollectorBattery, TruncatesThePercentageAndNamesTheChargingState) {
-    testing::FakePowerSource source;
-    source.sources = {
-        {.state = "Battery Power", .currentCapacity = 50, .maxCapacity = 80, .isCharging = false}};
-    const PowerMetrics discharging = battery(source);
-    EXPECT_EQ(discharging.batteryPercent, 62);
-    EXPECT_EQ(discharging.batteryState, "discharging");
-    EXPECT_EQ(discharging.onBattery, true);
-    EXPECT_EQ(discharging.onAC, false);
-
-    source.sources = {{.state = "AC Power", .isCharging = false, .isCharged = true}};
-    EXPECT_EQ(battery(source).batteryState, "charged");
-    source.sources = {{.state = "AC Power", .isCharging = true, .isCharged = true}};
-    EXPECT_EQ(battery(source).batteryState, "charging");
-
-    // An unknown state is neither; a maximum of 0 gives no percentage.
-    source.sources = {{.state = "Off Line", .currentCapacity = 5, .maxCapacity = 0}};
-    EXPECT_EQ(battery(source), (PowerMetrics{.onBattery = false, .onAC = false}));
-}
-
-TEST(PowerCollectorBattery, LaterSourcesOverwriteOnlyWhatTheySay) {
-    testing::FakePowerSource source;
-    EXPECT_EQ(battery(source), PowerMetrics{});
-
-    source.sources = {
-        {.state = "Battery Power", .currentCapacity = 1, .maxCapacity = 2, .isCharging = true},
-        {.state = "AC Power", .currentCapacity = 3, .maxCapacity = 4},
+    const auto battery = [&](std::vector<PowerSourceDescription> sources) {
+        source.sources = std::move(sources);
+        PowerMetrics metrics;
+        collector.collectBatteryInfo(metrics);
+        return metrics;
     };
-    const PowerMetrics metrics = battery(source);
-    EXPECT_EQ(metrics.onAC, true);
-    EXPECT_EQ(metrics.batteryPercent, 75);
-    EXPECT_EQ(metrics.batteryState, "charging");
+    EXPECT_EQ(battery({}), PowerMetrics{});
+    EXPECT_EQ(battery({{.state = "Battery Power",
+                        .currentCapacity = 50,
+                        .maxCapacity = 80,
+                        .isCharging = false}}),
+              (PowerMetrics{.onBattery = true,
+                            .onAC = false,
+                            .batteryPercent = 62,
+                            .batteryState = "discharging"}));
+    EXPECT_EQ(battery({{.state = "AC Power", .isCharging = false, .isCharged = true}}).batteryState,
+              "charged");
+    // An unknown state is neither; a maximum of 0 gives no percentage.
+    EXPECT_EQ(battery({{.state = "Off Line", .currentCapacity = 5, .maxCapacity = 0}}),
+              (PowerMetrics{.onBattery = false, .onAC = false}));
+
+    // Charging wins over charged; the second source says nothing of charging.
+    EXPECT_EQ(
+        battery({
+            {.state = "Battery Power",
+             .currentCapacity = 1,
+             .maxCapacity = 2,
+             .isCharging = true,
+             .isCharged = true},
+            {.state = "AC Power", .currentCapacity = 3, .maxCapacity = 4, .isCharged = true},
+        }),
+        (PowerMetrics{
+            .onBattery = false, .onAC = true, .batteryPercent = 75, .batteryState = "charging"}));
 }
 
-TEST(PowerCollectorAssertions, SumsHoldersOfSleepOnly) {
+TEST(PowerCollector, AssertionsSumTheHoldersOfSleepOnly) {
     testing::LogRecorder log;
     testing::FakePowerSource source;
     PowerCollector collector(source);
@@ -65,7 +62,6 @@ TEST(PowerCollectorAssertions, SumsHoldersOfSleepOnly) {
                                                     {"ExternalMedia", 4},
                                                     {"PreventSystemSleepOnLid", -3}};
     EXPECT_EQ(count(), 3);
-
     source.assertions = std::vector<SleepAssertion>{};
     EXPECT_EQ(count(), 0);
 

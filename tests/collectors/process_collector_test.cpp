@@ -84,7 +84,7 @@ std::vector<int64_t> pidsOf(const std::vector<ProcessMetricInfo>& infos) {
 TEST(ProcessCollector, TopListsRankStablyCarryOnlyTheirFigureAndDropOwnToolChildren) {
     Fixture f;
     std::vector<ProcessReading> readings = {
-        measured(10, "a", 5.0, 100),     measured(11, "b", 7.25, 50),
+        measured(10, "a", 5.0, 100),     measured(11, "evil\nname\xff", 7.25, 50),
         measured(12, "c", 5.0, 300),     measured(13, "ps", 99, 1, kOwnPid),
         measured(14, "top", 1.0, 1, 77), measured(15, "d", 0.05, 0.05),
     };
@@ -102,6 +102,8 @@ TEST(ProcessCollector, TopListsRankStablyCarryOnlyTheirFigureAndDropOwnToolChild
     EXPECT_EQ(metrics.topCPU->front().cpuPercent, 7.3);  // 7.25 rounds half away from zero
     EXPECT_FALSE(metrics.topCPU->front().memoryMB);
     EXPECT_EQ(metrics.topCPU->front().user, "alice");
+    // Names lose line breaks, and invalid UTF-8 turns into replacement characters.
+    EXPECT_EQ(metrics.topCPU->front().name, "evilname\xEF\xBF\xBD");
     EXPECT_EQ(pidsOf(*metrics.topMemory).front(), 12);
     EXPECT_EQ(metrics.topMemory->front().memoryMB, 300);
     EXPECT_FALSE(metrics.topMemory->front().cpuPercent);
@@ -128,12 +130,6 @@ TEST(ProcessCollector, FailedListReadsAsEmptyAndLogsOncePerFailure) {
     const auto warnings = log.matching("Process list unavailable");
     ASSERT_EQ(warnings.size(), 2u);
     EXPECT_EQ(warnings[1], "Process list unavailable: permission denied");
-}
-
-TEST(ProcessCollector, NamesAreCleanedOfLineBreaksAndInvalidUtf8) {
-    Fixture f;
-    f.list({measured(1, "evil\nname\xff", 0, 1)});
-    EXPECT_EQ(f.make()->collect().topCPU->front().name, "evilname\xEF\xBF\xBD");
 }
 
 // Kernel counters: cumulative CPU time and start time since boot, scan times since boot.

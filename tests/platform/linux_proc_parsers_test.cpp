@@ -44,31 +44,24 @@ TEST(ProcStatTicks, RefusesMalformedTextRatherThanGuessing) {
 }
 
 TEST(Meminfo, ReadsTheUsedLinesInBytesAndSkipsMalformedOnes) {
-    const MeminfoValues vm = parseMeminfo(fixture("proc_meminfo_vm_no_swap.txt"));
-    EXPECT_EQ(vm.total, 24683620ull * 1024);
-    EXPECT_EQ(vm.free, 21402800ull * 1024);
-    EXPECT_EQ(vm.active, 1149296ull * 1024);
-    EXPECT_EQ(vm.inactive, 1650088ull * 1024);
-    EXPECT_EQ(vm.unevictable, 20932ull * 1024);
-    EXPECT_EQ(vm.zswap, 0u);
-    EXPECT_EQ(vm.swapTotal, 0u);
-
-    const MeminfoValues broken = parseMeminfo(
-        "MemTotal: 100 kB\nMemFree: lots kB\nActive: 5\nInactive(anon): 7 kB\nInactive:\n"
-        "Unevictable: 99999999999999999999 kB\nSwapFree: 1 MB\n");
-    EXPECT_EQ(broken.total, 102400u);
-    EXPECT_FALSE(broken.free);
-    EXPECT_FALSE(broken.active);
-    EXPECT_FALSE(broken.inactive);
-    EXPECT_FALSE(broken.unevictable);
-    EXPECT_FALSE(broken.swapFree);
-    EXPECT_FALSE(broken.zswap);
+    const auto kib = [](uint64_t count) { return count * 1024; };
+    EXPECT_EQ(parseMeminfo(fixture("proc_meminfo_vm_no_swap.txt")),
+              (MeminfoValues{.total = kib(24683620),
+                             .free = kib(21402800),
+                             .available = kib(23841696),
+                             .active = kib(1149296),
+                             .inactive = kib(1650088),
+                             .unevictable = kib(20932),
+                             .zswap = 0,
+                             .swapTotal = 0,
+                             .swapFree = 0}));
+    EXPECT_EQ(parseMeminfo("MemTotal: 100 kB\nMemFree: lots kB\nActive: 5\nInactive(anon): 7 kB\n"
+                           "Inactive:\nUnevictable: 99999999999999999999 kB\nSwapFree: 1 MB\n"),
+              (MeminfoValues{.total = 102400}));
 }
 
 TEST(VmstatAndPressure, ReadOnlyWhatIsWellFormed) {
-    const VmstatCounters broken = parseVmstat("pgpgin\npgpgout -4\npswpin 12\n");
-    EXPECT_EQ(std::tuple(broken.pgpgin, broken.pgpgout, broken.pswpin, broken.pswpout),
-              std::tuple(std::nullopt, std::nullopt, 12u, std::nullopt));
+    EXPECT_EQ(parseVmstat("pgpgin\npgpgout -4\npswpin 12\n"), (VmstatCounters{.pswpin = 12}));
     EXPECT_EQ(parsePressureMemory(fixture("proc_pressure_memory_vm.txt"))->fullAvg10, 0.0);
     EXPECT_FALSE(parsePressureMemory("some avg10=1.00 avg60=0.00\n"));
     EXPECT_FALSE(parsePressureMemory("some avg10=x\nfull avg10=1\n"));
@@ -140,12 +133,8 @@ TEST(RouteTables, ChooseTheUsableDefaultOfLowestMetric) {
 }
 
 TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
-    const auto version = parseKernelRelease("6.18.44-fc-v769\n");
-    ASSERT_TRUE(version);
-    EXPECT_EQ(std::tuple(version->major, version->minor, version->patch), std::tuple(6, 18, 44));
-    const auto rc = parseKernelRelease("6.1-rc3");
-    ASSERT_TRUE(rc);
-    EXPECT_EQ(std::tuple(rc->major, rc->minor, rc->patch), std::tuple(6, 1, 0));
+    EXPECT_EQ(parseKernelRelease("6.18.44-fc-v769\n"), (OsVersion{6, 18, 44}));
+    EXPECT_EQ(parseKernelRelease("6.1-rc3"), (OsVersion{6, 1, 0}));
     EXPECT_FALSE(parseKernelRelease("linux"));
     EXPECT_FALSE(parseKernelRelease("6"));
 
@@ -163,9 +152,7 @@ TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
     EXPECT_FALSE(countCpuList("0-x"));
     EXPECT_FALSE(countCpuList(""));
 
-    const auto bigLittle = splitByCapacity({1024, 1024, 446, 446, 446, 446, 871, 871});
-    ASSERT_TRUE(bigLittle);
-    EXPECT_EQ(std::pair(bigLittle->performance, bigLittle->efficiency), std::pair(4l, 4l));
+    EXPECT_EQ(splitByCapacity({1024, 1024, 446, 446, 446, 446, 871, 871}), (CoreSplit{4, 4}));
     EXPECT_FALSE(splitByCapacity({1024, 1024}));
     EXPECT_FALSE(splitByCapacity({}));
 

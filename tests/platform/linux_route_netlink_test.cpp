@@ -7,54 +7,15 @@
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
 #include "platform/linux/route_netlink.h"
+#include "platform/netlink_message.h"
 
 namespace ostrel {
 namespace {
 
-class Message {
-  public:
-    template <class Header>
-    Message(uint16_t type, const Header& header) {
-        const nlmsghdr top{.nlmsg_type = type};
-        append(&top, NLMSG_HDRLEN);
-        append(&header, sizeof(header));
-        align();
-    }
-    template <class T>
-    Message& attribute(uint16_t type, const T& value, size_t size = sizeof(T)) {
-        const rtattr header{.rta_len = static_cast<uint16_t>(RTA_LENGTH(size)), .rta_type = type};
-        append(&header, sizeof(header));
-        append(&value, size);
-        align();
-        return *this;
-    }
-    // The bytes with the length filled in; `cut` drops that many from the end afterwards.
-    std::vector<char> bytes(size_t cut = 0) const {
-        std::vector<char> out = bytes_;
-        const auto length = static_cast<uint32_t>(out.size());
-        std::memcpy(out.data(), &length, sizeof(length));
-        out.resize(out.size() - cut);
-        return out;
-    }
-
-  private:
-    void append(const void* data, size_t size) {
-        const auto* raw = static_cast<const char*>(data);
-        bytes_.insert(bytes_.end(), raw, raw + size);
-    }
-    void align() { bytes_.resize(NLMSG_ALIGN(bytes_.size()), 0); }
-    std::vector<char> bytes_;
-};
-
-std::vector<char> joined(std::initializer_list<std::vector<char>> parts) {
-    std::vector<char> out;
-    for (const auto& part : parts)
-        out.insert(out.end(), part.begin(), part.end());
-    return out;
-}
+using testing::joined;
+using Message = testing::NetlinkMessage;
 
 std::vector<char> route(int32_t index, uint32_t metric, uint8_t dstLength = 0,
                         uint8_t type = RTN_UNICAST, unsigned flags = 0,
@@ -100,18 +61,10 @@ TEST(LinkReply, GivesFlagsAndThe32BitStatisticsOfTheInterface) {
                                 .tx_bytes = 4,
                                 .rx_errors = 5,
                                 .tx_errors = 6};
-    const auto up = parseLinkReply(linkReply("wlan0", IFF_UP | IFF_RUNNING, &stats));
-    ASSERT_TRUE(up && *up && (*up)->counters);
-    EXPECT_EQ((*up)->name, "wlan0");
-    EXPECT_TRUE((*up)->up);
-    EXPECT_EQ((*up)->counters->bytesIn, 4294967295u);
-    EXPECT_EQ((*up)->counters->errorsOut, 6u);
-
-    const auto down = parseLinkReply(linkReply("lo", IFF_LOOPBACK, nullptr));
-    ASSERT_TRUE(down && *down);
-    EXPECT_FALSE((*down)->up);
-    EXPECT_TRUE((*down)->loopback);
-    EXPECT_FALSE((*down)->counters);
+    EXPECT_EQ(parseLinkReply(linkReply("wlan0", IFF_UP | IFF_RUNNING, &stats)),
+              (LinkEntry{"wlan0", true, false, InterfaceCounters{1, 2, 4294967295u, 4, 5, 6}}));
+    EXPECT_EQ(parseLinkReply(linkReply("lo", IFF_LOOPBACK, nullptr)),
+              (LinkEntry{"lo", false, true, std::nullopt}));
 }
 
 TEST(NetlinkAnswers, TruncatedOrRefusedAnswersAreErrorsAndNoSuchDeviceIsNoEntry) {

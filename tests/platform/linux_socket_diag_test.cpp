@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "platform/linux/process_network.h"
+#include "platform/netlink_message.h"
 #include "support/temp_dir.h"
 #include "support/virtual_dispatcher.h"
 
@@ -22,71 +23,39 @@ namespace {
 using sockdiag::SocketTraffic;
 using std::chrono::seconds;
 
-// Builds reply datagrams as the kernel lays them out.
-struct Datagram {
-    std::vector<uint8_t> bytes;
-
-    void append(const void* data, size_t length) {
-        const auto* from = static_cast<const uint8_t*>(data);
-        bytes.insert(bytes.end(), from, from + length);
-        bytes.resize(NLMSG_ALIGN(bytes.size()));
-    }
-    // One socket; `infoLength` cuts tcp_info short as an older kernel would.
-    Datagram& socket(uint32_t inode, uint64_t received, uint64_t acked,
-                     size_t infoLength = sizeof(tcp_info)) {
-        inet_diag_msg message{};
-        message.idiag_family = AF_INET;
-        message.idiag_inode = inode;
-        tcp_info info{};
-        info.tcpi_bytes_received = received;
-        info.tcpi_bytes_acked = acked;
-        nlmsghdr header{};
-        header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
-        header.nlmsg_len = NLMSG_LENGTH(NLMSG_ALIGN(sizeof(message)) + RTA_LENGTH(infoLength));
-        rtattr attribute{static_cast<unsigned short>(RTA_LENGTH(infoLength)), INET_DIAG_INFO};
-        append(&header, sizeof(header));
-        append(&message, sizeof(message));
-        bytes.insert(bytes.end(), reinterpret_cast<uint8_t*>(&attribute),
-                     reinterpret_cast<uint8_t*>(&attribute) + sizeof(attribute));
-        append(&info, infoLength);
-        return *this;
-    }
-    Datagram& control(uint16_t type, int error = 0) {
-        nlmsghdr header{};
-        header.nlmsg_type = type;
-        header.nlmsg_len = NLMSG_LENGTH(type == NLMSG_ERROR ? sizeof(nlmsgerr) : sizeof(int));
-        nlmsgerr payload{};
-        payload.error = error;
-        append(&header, sizeof(header));
-        append(&payload, header.nlmsg_len - NLMSG_HDRLEN);
-        return *this;
-    }
-};
+// One socket's reply; `infoLength` cuts tcp_info short as an older kernel would.
+std::vector<char> socketReply(uint32_t inode, uint64_t received, uint64_t acked,
+                              size_t infoLength = sizeof(tcp_info)) {
+    tcp_info info{};
+    info.tcpi_bytes_received = received;
+    info.tcpi_bytes_acked = acked;
+    return testing::NetlinkMessage(SOCK_DIAG_BY_FAMILY,
+                                   inet_diag_msg{.idiag_family = AF_INET, .idiag_inode = inode})
+        .attribute(INET_DIAG_INFO, info, infoLength)
+        .bytes();
+}
 
 TEST(SockDiagReplies, SocketsWithOwnersAndCountersUntilDoneErrorsAndTruncation) {
+    using testing::asBytes;
     std::vector<SocketTraffic> sockets;
-    Datagram first;
-    first.socket(101, 10, 20).socket(0, 5, 5).socket(102, 1, 1, 100);
-    EXPECT_EQ(sockdiag::parseDatagram(first.bytes, sockets), false);
-    Datagram last;
-    last.socket(103, 30, 40).control(NLMSG_DONE);
-    EXPECT_EQ(sockdiag::parseDatagram(last.bytes, sockets), true);
+    const auto first = testing::joined(
+        {socketReply(101, 10, 20), socketReply(0, 5, 5), socketReply(102, 1, 1, 100)});
+    EXPECT_EQ(sockdiag::parseDatagram(asBytes(first), sockets), false);
+    const auto last = testing::joined(
+        {socketReply(103, 30, 40), testing::NetlinkMessage(NLMSG_DONE, int32_t{0}).bytes()});
+    EXPECT_EQ(sockdiag::parseDatagram(asBytes(last), sockets), true);
     // The orphan (inode 0) and the socket with a short tcp_info are left out.
     ASSERT_EQ(sockets.size(), 2u);
-    EXPECT_EQ(sockets[0].inode, 101u);
-    EXPECT_EQ(sockets[0].bytesReceived, 10u);
-    EXPECT_EQ(sockets[0].bytesAcked, 20u);
-    EXPECT_EQ(sockets[1].inode, 103u);
-    EXPECT_EQ(sockets[1].key.family, AF_INET);
+    EXPECT_EQ(std::tuple(sockets[0].inode, sockets[0].bytesReceived, sockets[0].bytesAcked),
+              std::tuple(101u, 10u, 20u));
+    EXPECT_EQ(std::tuple(sockets[1].inode, sockets[1].key.family), std::tuple(103u, AF_INET));
 
-    Datagram refused;
-    refused.control(NLMSG_ERROR, -EACCES);
-    EXPECT_EQ(sockdiag::parseDatagram(refused.bytes, sockets).error(), ReadError::permission);
-    EXPECT_TRUE(sockdiag::parseDatagram(refused.bytes, sockets, true));  // a closed socket
-    Datagram cut;
-    cut.socket(104, 1, 1);
-    cut.bytes.resize(cut.bytes.size() - 8);
-    EXPECT_EQ(sockdiag::parseDatagram(cut.bytes, sockets).error(), ReadError::parse);
+    const auto refused = testing::NetlinkMessage(NLMSG_ERROR, nlmsgerr{.error = -EACCES}).bytes();
+    EXPECT_EQ(sockdiag::parseDatagram(asBytes(refused), sockets).error(), ReadError::permission);
+    EXPECT_TRUE(sockdiag::parseDatagram(asBytes(refused), sockets, true));  // a closed socket
+    auto cut = socketReply(104, 1, 1);
+    cut.resize(cut.size() - 8);  // the header claims more than the datagram holds
+    EXPECT_EQ(sockdiag::parseDatagram(asBytes(cut), sockets).error(), ReadError::parse);
 }
 
 TEST(SocketOwnerCache, ReadsNewProcessesOwnersOftenAndEveryoneRarely) {

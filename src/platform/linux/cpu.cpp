@@ -1,6 +1,5 @@
 #include "platform/linux/cpu.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -27,22 +26,6 @@ int tripLevel(std::string_view type) {
     if (type == "passive") return 2;
     if (type == "active") return 1;
     return 0;
-}
-
-// Directory entries named `prefix` followed by digits only ("thermal_zone3", not
-// "thermal_zone3-foo").
-std::vector<std::string> numberedEntries(const std::string& directory, std::string_view prefix) {
-    std::vector<std::string> names;
-    DIR* dir = ::opendir(directory.c_str());
-    if (!dir) return names;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string_view name = entry->d_name;
-        if (!name.starts_with(prefix)) continue;
-        if (parseNumber<unsigned>(name.substr(prefix.size()))) names.emplace_back(name);
-    }
-    ::closedir(dir);
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 }  // namespace
@@ -118,25 +101,20 @@ LinuxCpuSource::LinuxCpuSource(std::string procRoot, std::string sysRoot, const 
       loadavg_(procRoot + "/loadavg"),
       online_(sysRoot + "/devices/system/cpu/online"),
       thermalRoot_(sysRoot + "/class/thermal"),
-      clock_(clock),
+      onlineCount_(clock, onlineRecount),
       zones_(clock, zoneRediscovery) {}
 
 int64_t LinuxCpuSource::processorCount() {
-    const int64_t now = clock_.monotonic().count();
-    const int64_t cached = onlineCount_.load();
-    if (cached > 0 && now - onlineCountReadAt_.load() < Duration(onlineRecount).count()) {
-        return cached;
-    }
+    return *onlineCount_.get([this] { return countOnline(); });
+}
+
+int64_t LinuxCpuSource::countOnline() {
     std::array<char, 256> buffer;
     const auto text = online_.read(buffer);
-    auto online = text ? countCpuList(*text) : std::nullopt;
-    if (!online || *online < 1) {
-        const long configured = ::sysconf(_SC_NPROCESSORS_ONLN);
-        online = configured > 0 ? configured : 1;
-    }
-    onlineCount_.store(*online);
-    onlineCountReadAt_.store(now);
-    return *online;
+    const auto online = text ? countCpuList(*text) : std::nullopt;
+    if (online && *online >= 1) return *online;
+    const long configured = ::sysconf(_SC_NPROCESSORS_ONLN);
+    return configured > 0 ? configured : 1;
 }
 
 std::optional<LoadAverages> LinuxCpuSource::loadAverages() {
@@ -156,7 +134,7 @@ tl::expected<CpuTicks, ReadError> LinuxCpuSource::readTicks() {
 
 std::vector<LinuxCpuSource::Zone> LinuxCpuSource::discoverZones() const {
     std::vector<Zone> zones;
-    for (const std::string& name : numberedEntries(thermalRoot_, "thermal_zone")) {
+    for (const std::string& name : linux_files::numberedEntries(thermalRoot_, "thermal_zone")) {
         const std::string base = thermalRoot_ + "/" + name + "/";
         Zone zone{.temperaturePath = base + "temp"};
         for (int i = 0;; ++i) {

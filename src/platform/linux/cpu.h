@@ -1,8 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,7 +8,7 @@
 #include "platform/clock.h"
 #include "platform/cpu_source.h"
 #include "platform/linux/kernel_file.h"
-#include "platform/linux/timed_cache.h"
+#include "platform/timed_cache.h"
 
 namespace ostrel {
 
@@ -57,15 +54,14 @@ class LinuxCpuSource final : public CpuSource {
         std::vector<ThermalTrip> trips;
     };
     std::vector<Zone> discoverZones() const;
+    int64_t countOnline();
 
     KernelFile stat_;
     KernelFile loadavg_;
     KernelFile online_;
-    // Processors go on and off line rarely; the count is read again after a few seconds.
-    std::atomic<int64_t> onlineCount_{0};
-    std::atomic<int64_t> onlineCountReadAt_{0};
     const std::string thermalRoot_;
-    const Clock& clock_;
+    // Processors go on and off line rarely; the count is read again after a few seconds.
+    TimedCache<int64_t> onlineCount_;
     TimedCache<std::vector<Zone>> zones_;
 };
 

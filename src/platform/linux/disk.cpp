@@ -1,6 +1,5 @@
 #include "platform/linux/disk.h"
 
-#include <dirent.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -75,17 +74,10 @@ DiskCapacity LinuxDiskSource::capacity() {
 }
 
 std::vector<std::string> LinuxDiskSource::findWholeDisks() const {
-    std::vector<std::string> disks;
-    DIR* dir = ::opendir(blockRoot_.c_str());
-    if (!dir) return disks;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string_view name = entry->d_name;
-        if (name.starts_with('.')) continue;
-        if (isWholeDisk(name, linux_files::exists(blockRoot_ + "/" + entry->d_name + "/device"))) {
-            disks.emplace_back(name);
-        }
-    }
-    ::closedir(dir);
+    std::vector<std::string> disks = linux_files::entryNames(blockRoot_);
+    std::erase_if(disks, [this](const std::string& name) {
+        return !isWholeDisk(name, linux_files::exists(blockRoot_ + "/" + name + "/device"));
+    });
     return disks;
 }
 

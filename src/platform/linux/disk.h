@@ -9,7 +9,7 @@
 #include "platform/clock.h"
 #include "platform/disk_source.h"
 #include "platform/linux/kernel_file.h"
-#include "platform/linux/timed_cache.h"
+#include "platform/timed_cache.h"
 
 namespace ostrel {
 

@@ -1,9 +1,11 @@
 #include "platform/linux/file_reader.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -44,6 +46,27 @@ std::optional<std::string> readAttribute(const std::string& path) {
 bool exists(const std::string& path) {
     struct stat info;
     return ::lstat(path.c_str(), &info) == 0;
+}
+
+std::vector<std::string> entryNames(const std::string& directory) {
+    std::vector<std::string> names;
+    DIR* dir = ::opendir(directory.c_str());
+    if (!dir) return names;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+    }
+    ::closedir(dir);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> numberedEntries(const std::string& directory, std::string_view prefix) {
+    std::vector<std::string> names = entryNames(directory);
+    std::erase_if(names, [prefix](std::string_view name) {
+        return !name.starts_with(prefix) ||
+               !text_scan::parseNumber<unsigned>(name.substr(prefix.size()));
+    });
+    return names;
 }
 
 }  // namespace ostrel::linux_files

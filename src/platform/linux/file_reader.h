@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
+#include <vector>
 
 #include "platform/read_error.h"
 
@@ -23,5 +24,11 @@ std::optional<std::string> readAttribute(const std::string& path);
 
 // Whether a path exists, without following a final symbolic link's target into errors.
 bool exists(const std::string& path);
+
+// The names in a folder, sorted, without "." and hidden ones; empty when it cannot be read.
+std::vector<std::string> entryNames(const std::string& directory);
+
+// The entries named `prefix` followed by digits only ("thermal_zone3", not "thermal_zone3-foo").
+std::vector<std::string> numberedEntries(const std::string& directory, std::string_view prefix);
 
 }  // namespace ostrel::linux_files

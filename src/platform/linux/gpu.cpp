@@ -1,6 +1,5 @@
 #include "platform/linux/gpu.h"
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <systemd/sd-hwdb.h>
 #include <unistd.h>
@@ -48,22 +47,6 @@ std::optional<std::string> hardwareDatabaseModel(const std::string& modalias) {
     }
     sd_hwdb_unref(hwdb);
     return result;
-}
-
-// Card folders: "card0", not the connectors "card0-DP-1".
-std::vector<std::string> cardNames(const std::string& drmRoot) {
-    std::vector<std::string> names;
-    DIR* dir = ::opendir(drmRoot.c_str());
-    if (!dir) return names;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string_view name = entry->d_name;
-        if (name.starts_with("card") && text_scan::parseNumber<unsigned>(name.substr(4))) {
-            names.emplace_back(name);
-        }
-    }
-    ::closedir(dir);
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 }  // namespace
@@ -198,7 +181,8 @@ AcceleratorReading LinuxGpuSource::readCard(const std::string& deviceDir) {
 
 tl::expected<std::vector<AcceleratorReading>, ReadError> LinuxGpuSource::accelerators() {
     std::vector<AcceleratorReading> readings;
-    for (const std::string& card : cardNames(drmRoot_)) {
+    // Card folders: "card0", not the connectors "card0-DP-1".
+    for (const std::string& card : linux_files::numberedEntries(drmRoot_, "card")) {
         const std::string deviceDir = drmRoot_ + "/" + card + "/device/";
         if (!linux_files::exists(deviceDir)) continue;
         if (nvml_ && linkBaseName(deviceDir + "driver") == "nvidia") continue;

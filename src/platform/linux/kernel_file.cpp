@@ -28,6 +28,8 @@ tl::expected<int, ReadError> KernelFile::descriptor() {
 tl::expected<std::string_view, ReadError> KernelFile::read(std::span<char> buffer) {
     const auto fd = descriptor();
     if (!fd) return tl::unexpected(fd.error());
+    // A long file (/proc/diskstats, /proc/vmstat) may come in page-sized pieces, so a short read
+    // is not the end: reading goes on until the kernel has nothing more.
     size_t filled = 0;
     while (filled < buffer.size()) {
         const ssize_t got = ::pread(*fd, buffer.data() + filled, buffer.size() - filled,

@@ -23,6 +23,8 @@ struct MeminfoValues {
     std::optional<uint64_t> zswap;
     std::optional<uint64_t> swapTotal;
     std::optional<uint64_t> swapFree;
+
+    bool operator==(const MeminfoValues&) const = default;
 };
 MeminfoValues parseMeminfo(std::string_view text);
 
@@ -33,6 +35,8 @@ struct VmstatCounters {
     std::optional<uint64_t> pgpgout;
     std::optional<uint64_t> pswpin;
     std::optional<uint64_t> pswpout;
+
+    bool operator==(const VmstatCounters&) const = default;
 };
 VmstatCounters parseVmstat(std::string_view text);
 

@@ -3,18 +3,13 @@
 #include <fcntl.h>
 #include <ifaddrs.h>
 #include <linux/if_link.h>
-#include <linux/netlink.h>
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <net/route.h>
 #include <netpacket/packet.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
-#include <cstring>
 
-#include "platform/linux/file_reader.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
@@ -153,10 +148,7 @@ tl::expected<std::vector<LinkEntry>, ReadError> LinuxNetworkSource::links() {
                        .up = (entry->ifa_flags & IFF_UP) != 0,
                        .loopback = (entry->ifa_flags & IFF_LOOPBACK) != 0};
         if (entry->ifa_data) {
-            const auto* stats = static_cast<const rtnl_link_stats*>(entry->ifa_data);
-            link.counters =
-                InterfaceCounters{stats->rx_packets, stats->tx_packets, stats->rx_bytes,
-                                  stats->tx_bytes,   stats->rx_errors,  stats->tx_errors};
+            link.counters = countersOf(*static_cast<const rtnl_link_stats*>(entry->ifa_data));
         }
         entries.push_back(std::move(link));
     }

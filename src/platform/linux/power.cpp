@@ -1,12 +1,11 @@
 #include "platform/linux/power.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <systemd/sd-bus.h>
 
-#include <algorithm>
 #include <array>
 
+#include "platform/linux/file_reader.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
 
@@ -164,15 +163,9 @@ LinuxPowerSource::~LinuxPowerSource() = default;
 
 std::vector<std::string> LinuxPowerSource::findSupplyFiles() const {
     std::vector<std::string> files;
-    if (DIR* dir = ::opendir(supplyRoot_.c_str())) {
-        while (const dirent* entry = ::readdir(dir)) {
-            if (entry->d_name[0] != '.') {
-                files.push_back(supplyRoot_ + "/" + entry->d_name + "/uevent");
-            }
-        }
-        ::closedir(dir);
+    for (const std::string& supply : linux_files::entryNames(supplyRoot_)) {
+        files.push_back(supplyRoot_ + "/" + supply + "/uevent");
     }
-    std::sort(files.begin(), files.end());
     return files;
 }
 

@@ -9,7 +9,7 @@
 
 #include "platform/clock.h"
 #include "platform/linux/idle_slot.h"
-#include "platform/linux/timed_cache.h"
+#include "platform/timed_cache.h"
 #include "platform/power_source.h"
 
 namespace ostrel {

@@ -32,6 +32,12 @@ tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffe
     return std::string_view(buffer.data(), filled);
 }
 
+// Scans to wait before a refused file is tried again, spread by pid so that the refused files
+// are not all read in one scan.
+uint32_t refusalPause(int32_t pid) {
+    return 4 + static_cast<uint32_t>(pid % 8);
+}
+
 }  // namespace
 
 FileDescriptor::~FileDescriptor() {
@@ -119,10 +125,6 @@ tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const ch
     return numbers;
 }
 
-}  // namespace ostrel::procfs
-
-namespace ostrel::procfs {
-
 tl::expected<std::string_view, ReadError> ProcFileHandles::read(int procfd, int32_t pid,
                                                                 std::span<char> buffer,
                                                                 bool& reopened) {
@@ -138,8 +140,7 @@ tl::expected<std::string_view, ReadError> ProcFileHandles::read(int procfd, int3
         auto text = preadAll(slot->file.get(), buffer);
         if (text && !text->empty()) return text;
         if (!text && text.error() == ReadError::permission) {
-            // Spread the retries, so that the refused files are not all read in one scan.
-            slot->refusedScansLeft = 4 + static_cast<uint32_t>(pid % 8);
+            slot->refusedScansLeft = refusalPause(pid);
             return text;
         }
         // An empty read or another error: the process behind the descriptor has gone.
@@ -151,8 +152,7 @@ tl::expected<std::string_view, ReadError> ProcFileHandles::read(int procfd, int3
     auto text = preadAll(file.get(), buffer);
     const bool refused = !text && text.error() == ReadError::permission;
     if ((text || refused) && handles_.size() < budget_) {
-        handles_.insert(
-            slot, Handle{pid, std::move(file), refused ? 4 + static_cast<uint32_t>(pid % 8) : 0});
+        handles_.insert(slot, Handle{pid, std::move(file), refused ? refusalPause(pid) : 0});
     }
     return text;
 }

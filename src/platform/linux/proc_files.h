@@ -55,10 +55,6 @@ tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path
 // descriptors of /proc/<pid>/fd).
 tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const char* path);
 
-}  // namespace ostrel::procfs
-
-namespace ostrel::procfs {
-
 // Open descriptors of one per-process file (stat, io), kept from scan to scan so that a scan
 // reads each with a single pread instead of open, read and close; system calls are the whole
 // cost of a scan. A descriptor stays bound to its process: once the process is gone it reads

@@ -1,29 +1,21 @@
 #include "platform/linux/proc_text.h"
 
 #include <array>
-#include <charconv>
+
+#include "platform/linux/text_scan.h"
 
 namespace ostrel::procfs {
 
 namespace {
 
-template <class T>
-std::optional<T> parseNumber(std::string_view text) {
-    T value{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
-}
+using text_scan::parseNumber;
 
-// The value of a "key: value" line.
+// The value of a "key: value" line, without the spaces before it.
 std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
-    size_t position = 0;
-    while (position < text.size()) {
-        const size_t end = std::min(text.find('\n', position), text.size());
-        const std::string_view line = text.substr(position, end - position);
-        position = end + 1;
+    std::string_view line;
+    while (text_scan::nextLine(text, line)) {
         if (line.size() > key.size() && line.starts_with(key) && line[key.size()] == ':') {
-            std::string_view value = line.substr(key.size() + 1);
+            const std::string_view value = line.substr(key.size() + 1);
             const size_t begin = value.find_first_not_of(' ');
             if (begin == std::string_view::npos) return std::nullopt;
             return value.substr(begin);
@@ -41,10 +33,7 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
         return std::nullopt;
     }
     ProcStat stat;
-    std::string_view pidText = text.substr(0, open);
-    while (pidText.ends_with(' '))
-        pidText.remove_suffix(1);
-    const auto pid = parseNumber<int32_t>(pidText);
+    const auto pid = parseNumber<int32_t>(text_scan::trim(text.substr(0, open)));
     if (!pid) return std::nullopt;
     stat.pid = *pid;
     stat.comm = text.substr(open + 1, close - open - 1);
@@ -54,15 +43,8 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     constexpr size_t kLastNeeded = 24;
     std::array<std::string_view, kLastNeeded + 1> fields{};
     std::string_view rest = text.substr(close + 1);
-    size_t field = 3;
-    size_t position = 0;
-    while (field <= kLastNeeded) {
-        while (position < rest.size() && rest[position] == ' ')
-            ++position;
-        if (position >= rest.size()) return std::nullopt;
-        const size_t end = std::min(rest.find_first_of(" \n", position), rest.size());
-        fields[field++] = rest.substr(position, end - position);
-        position = end;
+    for (size_t field = 3; field <= kLastNeeded; ++field) {
+        if (!text_scan::nextField(rest, fields[field])) return std::nullopt;
     }
     const auto ppid = parseNumber<int32_t>(fields[4]);
     const auto utime = parseNumber<uint64_t>(fields[14]);

@@ -16,6 +16,8 @@ struct ProcStat {
     uint64_t stime = 0;
     uint64_t startTime = 0;  // since boot
     uint64_t rssPages = 0;
+
+    bool operator==(const ProcStat&) const = default;
 };
 
 // The name stands in parentheses and may itself hold spaces and ")", so the fields are
@@ -30,6 +32,8 @@ std::optional<double> parseUptimeSeconds(std::string_view text);
 struct ProcIo {
     uint64_t readBytes = 0;
     uint64_t writeBytes = 0;
+
+    bool operator==(const ProcIo&) const = default;
 };
 std::optional<ProcIo> parseProcIo(std::string_view text);
 

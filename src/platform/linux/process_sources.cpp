@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include "platform/linux/process_io.h"
+#include "platform/linux/process_memory.h"
 #include "platform/linux/process_network.h"
 #include "platform/linux/processes.h"
 #include "platform/process_source.h"

@@ -61,39 +61,4 @@ class LinuxProcessSource final : public ProcessSource {
     std::unordered_map<uid_t, std::string> userNames_;
 };
 
-// Proportional set sizes from /proc/<pid>/smaps_rollup: shared pages divided among their users,
-// closer to what a process costs than its resident size. Each read walks the process's page
-// tables (milliseconds for a large process), so a figure is read again only when the
-// process's resident size moved by more than kResidentChange since, or after kMaxAge, and
-// only while the walking budget lasts: it grows by kPagesPerSecond of resident pages and holds
-// at most kMaxBudgetPages. A process the budget cannot cover keeps its last figure, or none.
-class LinuxProcessMemorySource final : public ProcessMemorySource {
-  public:
-    static constexpr double kResidentChange = 0.05;
-    static constexpr Duration kMaxAge = std::chrono::seconds(60);
-    // 32 MiB of 4 KiB pages a second: about 0.3 ms of page walking a second on this class of
-    // machine, a fifth of the agent's whole budget.
-    static constexpr double kPagesPerSecond = 8192;
-    static constexpr double kMaxBudgetPages = 262144;  // 1 GiB resident in one go
-
-    explicit LinuxProcessMemorySource(const Clock& clock, std::string procRoot = "/proc");
-    tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
-        const std::vector<int32_t>& candidates) override;
-
-  private:
-    struct Figure {
-        uint64_t startTicks = 0;
-        uint64_t residentPages = 0;
-        double megabytes = 0;
-        Duration readAt{};
-    };
-    const Clock& clock_;
-    std::string procRoot_;
-    // Used from the refinement queue only; the lock guards against a second caller.
-    std::mutex figuresLock_;
-    std::unordered_map<int32_t, Figure> figures_;
-    double budgetPages_ = kMaxBudgetPages;
-    std::optional<Duration> budgetAt_;
-};
-
 }  // namespace ostrel

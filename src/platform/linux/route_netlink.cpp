@@ -5,12 +5,12 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 
+#include "platform/linux/netlink_socket.h"
 #include "platform/linux/proc_files.h"
 
 namespace ostrel {
@@ -41,8 +41,7 @@ DefaultRouteFinder::Step DefaultRouteFinder::feed(std::span<const char> chunk) {
         if (header->nlmsg_type == RTM_NEWROUTE) {
             consider(chunk.subspan(NLMSG_HDRLEN, header->nlmsg_len - NLMSG_HDRLEN));
         }
-        const size_t advance = NLMSG_ALIGN(header->nlmsg_len);
-        chunk = chunk.subspan(advance < chunk.size() ? advance : chunk.size());
+        chunk = after(chunk, NLMSG_ALIGN(header->nlmsg_len));
     }
     return Step::more;
 }
@@ -56,8 +55,7 @@ void DefaultRouteFinder::consider(std::span<const char> route) {
     uint32_t table = message->rtm_table;
     uint32_t metric = 0;
     std::optional<int> index;
-    std::span<const char> attributes = route.subspan(
-        NLMSG_ALIGN(sizeof(rtmsg)) < route.size() ? NLMSG_ALIGN(sizeof(rtmsg)) : route.size());
+    auto attributes = after(route, NLMSG_ALIGN(sizeof(rtmsg)));
     while (auto attribute = readStruct<rtattr>(attributes)) {
         if (attribute->rta_len < sizeof(rtattr) || attribute->rta_len > attributes.size()) break;
         const auto payload = attributes.subspan(RTA_LENGTH(0), attribute->rta_len - RTA_LENGTH(0));
@@ -68,14 +66,18 @@ void DefaultRouteFinder::consider(std::span<const char> route) {
         } else if (attribute->rta_type == RTA_OIF) {
             if (auto value = readStruct<int32_t>(payload)) index = *value;
         }
-        const size_t advance = RTA_ALIGN(attribute->rta_len);
-        attributes = attributes.subspan(advance < attributes.size() ? advance : attributes.size());
+        attributes = after(attributes, RTA_ALIGN(attribute->rta_len));
     }
     if (table != RT_TABLE_MAIN || !index) return;
     if (!bestIndex_ || metric < bestMetric_) {
         bestIndex_ = index;
         bestMetric_ = metric;
     }
+}
+
+InterfaceCounters countersOf(const rtnl_link_stats& stats) {
+    return {stats.rx_packets, stats.tx_packets, stats.rx_bytes,
+            stats.tx_bytes,   stats.rx_errors,  stats.tx_errors};
 }
 
 tl::expected<std::optional<LinkEntry>, ReadError> parseLinkReply(std::span<const char> reply) {
@@ -104,9 +106,7 @@ tl::expected<std::optional<LinkEntry>, ReadError> parseLinkReply(std::span<const
             entry.name.assign(value.data(), strnlen(value.data(), value.size()));
         } else if (attribute->rta_type == IFLA_STATS) {
             if (const auto stats = readStruct<rtnl_link_stats>(value)) {
-                entry.counters =
-                    InterfaceCounters{stats->rx_packets, stats->tx_packets, stats->rx_bytes,
-                                      stats->tx_bytes,   stats->rx_errors,  stats->tx_errors};
+                entry.counters = countersOf(*stats);
             }
         }
         attributes = after(attributes, RTA_ALIGN(attribute->rta_len));
@@ -116,23 +116,9 @@ tl::expected<std::optional<LinkEntry>, ReadError> parseLinkReply(std::span<const
 }
 
 tl::expected<std::unique_ptr<RouteNetlinkSocket>, ReadError> RouteNetlinkSocket::open() {
-    const int fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
-    if (fd < 0) return tl::unexpected(procfs::readErrorFromErrno(errno));
-    // The kernel answers at once; the limit only keeps a broken kernel from stalling a sample.
-    const timeval limit{.tv_sec = 1, .tv_usec = 0};
-    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    return std::unique_ptr<RouteNetlinkSocket>(new RouteNetlinkSocket(fd));
-}
-
-RouteNetlinkSocket::~RouteNetlinkSocket() {
-    ::close(fd_);
-}
-
-bool RouteNetlinkSocket::send(const void* request, size_t length) {
-    sockaddr_nl kernel{};
-    kernel.nl_family = AF_NETLINK;
-    return ::sendto(fd_, request, length, 0, reinterpret_cast<const sockaddr*>(&kernel),
-                    sizeof(kernel)) == static_cast<ssize_t>(length);
+    auto fd = netlink::openSocket(SOCK_RAW, NETLINK_ROUTE);
+    if (!fd) return tl::unexpected(fd.error());
+    return std::unique_ptr<RouteNetlinkSocket>(new RouteNetlinkSocket(std::move(*fd)));
 }
 
 tl::expected<std::optional<int>, ReadError> RouteNetlinkSocket::defaultRouteIndex(
@@ -146,11 +132,13 @@ tl::expected<std::optional<int>, ReadError> RouteNetlinkSocket::defaultRouteInde
                       .nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP,
                       .nlmsg_seq = ++sequence_};
     request.message.rtm_family = family;
-    if (!send(&request, sizeof(request))) return tl::unexpected(ReadError::unsupported);
+    if (!netlink::sendToKernel(fd_.get(), &request, sizeof(request))) {
+        return tl::unexpected(ReadError::unsupported);
+    }
     DefaultRouteFinder finder;
     alignas(nlmsghdr) std::array<char, 32768> buffer;
     for (;;) {
-        const ssize_t got = ::recv(fd_, buffer.data(), buffer.size(), 0);
+        const ssize_t got = ::recv(fd_.get(), buffer.data(), buffer.size(), 0);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return tl::unexpected(ReadError::unsupported);
         const auto step = finder.feed({buffer.data(), static_cast<size_t>(got)});
@@ -176,10 +164,12 @@ tl::expected<std::optional<LinkEntry>, ReadError> RouteNetlinkSocket::link(
     const rtattr attribute{.rta_len = attributeLength, .rta_type = IFLA_IFNAME};
     std::memcpy(request.attribute, &attribute, sizeof(attribute));
     std::memcpy(request.attribute + RTA_LENGTH(0), name.c_str(), name.size() + 1);
-    if (!send(&request, request.header.nlmsg_len)) return tl::unexpected(ReadError::unsupported);
+    if (!netlink::sendToKernel(fd_.get(), &request, request.header.nlmsg_len)) {
+        return tl::unexpected(ReadError::unsupported);
+    }
     alignas(nlmsghdr) std::array<char, 32768> buffer;
     for (;;) {
-        const ssize_t got = ::recv(fd_, buffer.data(), buffer.size(), MSG_TRUNC);
+        const ssize_t got = ::recv(fd_.get(), buffer.data(), buffer.size(), MSG_TRUNC);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0 || static_cast<size_t>(got) > buffer.size()) {
             return tl::unexpected(ReadError::unsupported);

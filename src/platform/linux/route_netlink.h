@@ -1,5 +1,7 @@
 #pragma once
 
+#include <linux/if_link.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -7,6 +9,7 @@
 #include <string>
 #include <tl/expected.hpp>
 
+#include "platform/linux/proc_files.h"
 #include "platform/network_source.h"
 #include "platform/read_error.h"
 
@@ -31,6 +34,9 @@ class DefaultRouteFinder {
     uint32_t bestMetric_ = 0;
 };
 
+// The six counters of the kernel's 32-bit link statistics, as netlink and getifaddrs give them.
+InterfaceCounters countersOf(const rtnl_link_stats& stats);
+
 // The answer to an RTM_GETLINK request for one interface: its flags and the kernel's 32-bit
 // link statistics (IFLA_STATS, the figures getifaddrs hands out). None when the kernel says
 // there is no such device; an error for any other refusal or a malformed answer.
@@ -41,19 +47,15 @@ tl::expected<std::optional<LinkEntry>, ReadError> parseLinkReply(std::span<const
 class RouteNetlinkSocket {
   public:
     static tl::expected<std::unique_ptr<RouteNetlinkSocket>, ReadError> open();
-    ~RouteNetlinkSocket();
-    RouteNetlinkSocket(const RouteNetlinkSocket&) = delete;
-    RouteNetlinkSocket& operator=(const RouteNetlinkSocket&) = delete;
 
     // The interface index of the best default route of the family (AF_INET, AF_INET6).
     tl::expected<std::optional<int>, ReadError> defaultRouteIndex(unsigned char family);
     tl::expected<std::optional<LinkEntry>, ReadError> link(const std::string& name);
 
   private:
-    explicit RouteNetlinkSocket(int fd) : fd_(fd) {}
-    bool send(const void* request, size_t length);
+    explicit RouteNetlinkSocket(procfs::FileDescriptor fd) : fd_(std::move(fd)) {}
 
-    const int fd_;
+    const procfs::FileDescriptor fd_;
     uint32_t sequence_ = 0;
 };
 

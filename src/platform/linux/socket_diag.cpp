@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "platform/linux/netlink_socket.h"
 #include "platform/linux/proc_files.h"
 
 namespace ostrel::sockdiag {
@@ -36,30 +37,6 @@ constexpr size_t kInfoBytesNeeded =
 // Lookups sent per round: the replies of one round must fit the socket's receive buffer.
 constexpr size_t kLookupBatch = 64;
 constexpr size_t kReplySize = 1024;
-
-tl::expected<procfs::FileDescriptor, ReadError> openDiagSocket() {
-    procfs::FileDescriptor socket(
-        ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
-    if (!socket) return tl::unexpected(procfs::readErrorFromErrno(errno));
-    // A reply the kernel could not queue never comes: give up rather than wait for it.
-    const timeval timeout{.tv_sec = 1, .tv_usec = 0};
-    ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
-    return socket;
-}
-
-tl::expected<void, ReadError> sendToKernel(int socket, const void* data, size_t length) {
-    sockaddr_nl kernel{};
-    kernel.nl_family = AF_NETLINK;
-    if (::sendto(socket, data, length, 0, reinterpret_cast<sockaddr*>(&kernel), sizeof(kernel)) <
-        0) {
-        return tl::unexpected(procfs::readErrorFromErrno(errno));
-    }
-    return {};
-}
-
-uint8_t familyOf(const inet_diag_msg& message) {
-    return message.idiag_family;
-}
 
 }  // namespace
 
@@ -108,7 +85,7 @@ tl::expected<bool, ReadError> parseDatagram(std::span<const uint8_t> datagram,
                 SocketTraffic traffic{.inode = socket.idiag_inode,
                                       .bytesReceived = info.tcpi_bytes_received,
                                       .bytesAcked = info.tcpi_bytes_acked};
-                traffic.key.family = familyOf(socket);
+                traffic.key.family = socket.idiag_family;
                 std::memcpy(traffic.key.id.data(), &socket.id, sizeof(socket.id));
                 sockets.push_back(traffic);
                 break;
@@ -120,7 +97,7 @@ tl::expected<bool, ReadError> parseDatagram(std::span<const uint8_t> datagram,
 }
 
 tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::dumpAll() {
-    auto socket = openDiagSocket();
+    auto socket = netlink::openSocket(SOCK_DGRAM, NETLINK_SOCK_DIAG);
     if (!socket) return tl::unexpected(socket.error());
     // The older request form dumps both address families in one walk of the connection table,
     // where the newer one walks the whole table once per family.
@@ -133,7 +110,7 @@ tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::dumpAll() 
     message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
     message.request.idiag_states = kStatesWithOwners;
     message.request.idiag_ext = 1u << (INET_DIAG_INFO - 1);
-    if (auto sent = sendToKernel(socket->get(), &message, sizeof(message)); !sent) {
+    if (auto sent = netlink::sendToKernel(socket->get(), &message, sizeof(message)); !sent) {
         return tl::unexpected(sent.error());
     }
 
@@ -156,7 +133,7 @@ tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::lookUp(
     const std::vector<SocketTraffic>& known) {
     std::vector<SocketTraffic> sockets;
     if (known.empty()) return sockets;
-    auto socket = openDiagSocket();
+    auto socket = netlink::openSocket(SOCK_DGRAM, NETLINK_SOCK_DIAG);
     if (!socket) return tl::unexpected(socket.error());
 
     struct Request {
@@ -182,7 +159,8 @@ tl::expected<std::vector<SocketTraffic>, ReadError> KernelSocketDiag::lookUp(
             request.request.idiag_states = ~0u;
             std::memcpy(&request.request.id, key.id.data(), sizeof(request.request.id));
         }
-        if (auto sent = sendToKernel(socket->get(), requests, count * sizeof(Request)); !sent) {
+        if (auto sent = netlink::sendToKernel(socket->get(), requests, count * sizeof(Request));
+            !sent) {
             return tl::unexpected(sent.error());
         }
         alignas(nlmsghdr) static thread_local uint8_t replies[kLookupBatch][kReplySize];

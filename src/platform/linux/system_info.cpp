@@ -1,6 +1,5 @@
 #include "platform/linux/system_info.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/utsname.h>
@@ -57,19 +56,13 @@ std::optional<CoreSplit> readCoreSplit(const std::string& sysRoot) {
         if (performance && efficiency) return CoreSplit{*performance, *efficiency};
     }
     std::vector<long> capacities;
-    const std::string cpuRoot = sysRoot + "/devices/system/cpu";
-    DIR* dir = ::opendir(cpuRoot.c_str());
-    if (!dir) return std::nullopt;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string_view name = entry->d_name;
-        if (!name.starts_with("cpu") || !parseNumber<unsigned>(name.substr(3))) continue;
-        const auto text =
-            linux_files::readAttribute(cpuRoot + "/" + entry->d_name + "/cpu_capacity");
+    const std::string cpuRoot = sysRoot + "/devices/system/cpu/";
+    for (const std::string& cpu : linux_files::numberedEntries(cpuRoot, "cpu")) {
+        const auto text = linux_files::readAttribute(cpuRoot + cpu + "/cpu_capacity");
         if (const auto capacity = text ? parseNumber<long>(*text) : std::nullopt) {
             capacities.push_back(*capacity);
         }
     }
-    ::closedir(dir);
     return splitByCapacity(capacities);
 }
 
@@ -139,6 +132,16 @@ std::optional<std::string> parsePrettyHostname(std::string_view machineInfo) {
     return std::nullopt;
 }
 
+std::optional<std::string> accountName(uid_t uid) {
+    passwd entry{};
+    passwd* found = nullptr;
+    std::array<char, 4096> buffer;
+    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) {
+        return std::nullopt;
+    }
+    return std::string(found->pw_name);
+}
+
 bool isPlaceholderModel(std::string_view name) {
     static constexpr std::string_view placeholders[] = {"to be filled by o.e.m.",
                                                         "system product name",
@@ -203,13 +206,7 @@ std::optional<std::string> LinuxSystemInfoSource::consoleUser() {
     char* session = nullptr;
     if (sd_seat_get_active("seat0", &session, &uid) < 0) return std::nullopt;
     std::free(session);
-    passwd entry;
-    passwd* found = nullptr;
-    std::array<char, 4096> buffer;
-    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) {
-        return std::to_string(uid);
-    }
-    return std::string(found->pw_name);
+    return accountName(uid).value_or(std::to_string(uid));
 }
 
 }  // namespace ostrel

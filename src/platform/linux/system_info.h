@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,11 +23,16 @@ std::optional<std::string> parseCpuBrand(std::string_view cpuinfo);
 struct CoreSplit {
     int64_t performance = 0;
     int64_t efficiency = 0;
+
+    bool operator==(const CoreSplit&) const = default;
 };
 std::optional<CoreSplit> splitByCapacity(const std::vector<long>& capacities);
 
 // PRETTY_HOSTNAME of /etc/machine-info, unquoted as that environment-style file allows.
 std::optional<std::string> parsePrettyHostname(std::string_view machineInfo);
+
+// The name of a user account from the password database; none for an id without an account.
+std::optional<std::string> accountName(uid_t uid);
 
 // Whether a DMI product name is one of the placeholders that board makers leave in.
 bool isPlaceholderModel(std::string_view name);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 // Small pieces for parsing kernel text without allocating: lines, white-space separated
 // fields, and numbers that must be whole and in range.
@@ -52,22 +53,19 @@ inline bool nextField(std::string_view& text, std::string_view& field) {
     return true;
 }
 
-// The whole field as a number of the type, or none: no sign, no trailing text, no overflow.
+// The whole field as a number of the type, or none: no "+", no "-" for an unsigned type, no
+// trailing text, no overflow. `base` applies to whole numbers.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view field, int base = 10) {
     Number value{};
     const char* end = field.data() + field.size();
-    const auto [stop, error] = std::from_chars(field.data(), end, value, base);
-    if (field.empty() || error != std::errc() || stop != end) return std::nullopt;
-    return value;
-}
-
-template <>
-inline std::optional<double> parseNumber<double>(std::string_view field, int) {
-    double value = 0;
-    const char* end = field.data() + field.size();
-    const auto [stop, error] = std::from_chars(field.data(), end, value);
-    if (field.empty() || error != std::errc() || stop != end) return std::nullopt;
+    std::from_chars_result result;
+    if constexpr (std::is_floating_point_v<Number>) {
+        result = std::from_chars(field.data(), end, value);
+    } else {
+        result = std::from_chars(field.data(), end, value, base);
+    }
+    if (field.empty() || result.ec != std::errc() || result.ptr != end) return std::nullopt;
     return value;
 }
 
