@@ -9,8 +9,8 @@
 
 #include "platform/clock.h"
 #include "platform/linux/idle_slot.h"
-#include "platform/timed_cache.h"
 #include "platform/power_source.h"
+#include "platform/timed_cache.h"
 
 namespace ostrel {
 
