@@ -1,7 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <limits>
 
 #include "storage_test_support.h"
@@ -130,6 +132,31 @@ TEST_F(StorageWrite, FolderThatCannotBeMadeFailsEachSaveWithTheReason) {
     EXPECT_EQ(saved.error().description(),
               "Not a directory: " + (dir / "blocked/metrics").string());
     EXPECT_FALSE(storage.saveWatchedProcessEvent({.pattern = "x"}, "h"));
+}
+
+// A write that the disk refuses, for real: past a file size limit write() takes a few bytes,
+// then fails with EFBIG, so the line is cut half-way and has to be taken back.
+TEST_F(StorageWrite, RefusedWriteReachesTheCallerAndHarmsNothingStored) {
+    auto storage = make(testing::withUpload());
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(storage.save(sample("a", i)));
+    const std::string before = testing::readFile(today());
+    rlimit saved{};
+    ::getrlimit(RLIMIT_FSIZE, &saved);
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{std::filesystem::file_size(today()) + 10, saved.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const auto refused = storage.save(sample("a", 3));
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().description(), "File too large: " + today().string());
+    EXPECT_EQ(testing::readFile(today()), before);
+    EXPECT_EQ(testing::readFile(upload("pending.jsonl")), before);
+
+    ASSERT_TRUE(storage.save(sample("a", 5)));
+    EXPECT_EQ(MetricsStorage::loadMetricsFromFile(today())->size(), 4u);
+    EXPECT_EQ(linesOf(today()).size(), 4u);
+    EXPECT_EQ(testing::readFile(upload("pending.jsonl")), testing::readFile(today()));
 }
 
 TEST_F(StorageWrite, SwapHandsOverLeftoversFirstAndNeverOverwrites) {
