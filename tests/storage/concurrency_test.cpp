@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <set>
 #include <thread>
@@ -23,11 +24,16 @@ constexpr int kRounds = 1500;
 class Concurrency : public ::testing::Test, public testing::StoreFixture {
   protected:
     testing::LogRecorder quiet;  // same-second swaps log errors by design
-    MetricsStorage storage = make(testing::withUpload());
+    MetricsStorage storage = make({.uploadEnabled = true});
     std::atomic<bool> writing{true};
 
-    // Samples "s-i" on one thread; alerts "a-i" and watched events "w-i" on another.
-    void runWriters() {
+    // Samples "s-i" on one thread; alerts "a-i" and watched events "w-i" on another; the
+    // upload's steps on a third until both are done.
+    void runWriters(const std::function<void()>& uploadStep) {
+        std::thread upload([&] {
+            while (writing)
+                uploadStep();
+        });
         std::thread samples([&] {
             for (int i = 0; i < kRounds; ++i)
                 ASSERT_TRUE(storage.save(testing::sample("s", i)));
@@ -41,6 +47,7 @@ class Concurrency : public ::testing::Test, public testing::StoreFixture {
         samples.join();
         events.join();
         writing = false;
+        upload.join();
     }
 
     // Lines of the metric file, after checking each is whole and in its writer's order.
@@ -75,16 +82,6 @@ class Concurrency : public ::testing::Test, public testing::StoreFixture {
 TEST_F(Concurrency, WritersReaderAndUploadMeet) {
     std::multiset<std::string> uploaded;
     int swaps = 0;
-    std::thread upload([&] {
-        while (writing) {
-            const auto files = storage.swapPendingFileForUpload();
-            swaps += !files.empty();
-            for (const auto& file : files) {
-                collect(file, uploaded);
-                storage.deleteUploadQueueFile(file);
-            }
-        }
-    });
     std::thread reader([&] {
         while (writing) {
             // A line being written may be read short and dropped, but never one inside.
@@ -97,8 +94,14 @@ TEST_F(Concurrency, WritersReaderAndUploadMeet) {
             (void)storage.getHealth();
         }
     });
-    runWriters();
-    upload.join();
+    runWriters([&] {
+        const auto files = storage.swapPendingFileForUpload();
+        swaps += !files.empty();
+        for (const auto& file : files) {
+            collect(file, uploaded);
+            storage.deleteUploadQueueFile(file);
+        }
+    });
     reader.join();
     for (const auto& file : storage.swapPendingFileForUpload())
         collect(file, uploaded);
@@ -117,15 +120,12 @@ TEST_F(Concurrency, WritersReaderAndUploadMeet) {
 // second as the one before and has to leave the pending file where it is.
 TEST_F(Concurrency, QueueReadAfterwardsHoldsEveryLineOnce) {
     std::set<std::filesystem::path> handedOver;
-    std::thread upload([&] {
-        for (int swap = 0; writing; ++swap) {
-            if (swap % 2 == 0) clock.advance(1s);
-            for (const auto& file : storage.swapPendingFileForUpload())
-                handedOver.insert(file);
-        }
+    int swap = 0;
+    runWriters([&] {
+        if (swap++ % 2 == 0) clock.advance(1s);
+        for (const auto& file : storage.swapPendingFileForUpload())
+            handedOver.insert(file);
     });
-    runWriters();
-    upload.join();
     clock.advance(1s);  // the last swap may have taken this second's name
     for (const auto& file : storage.swapPendingFileForUpload())
         handedOver.insert(file);

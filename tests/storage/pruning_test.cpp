@@ -34,9 +34,7 @@ class Pruning : public ::testing::Test, public testing::StoreFixture {
 };
 
 TEST_F(Pruning, OverTheLimitRemovesOldestFilesDownToEightyPercent) {
-    MonitorConfig config;
-    config.maxStorageMB = 100;
-    auto storage = make(config);
+    auto storage = make({.maxStorageMB = 100});
     for (int day = 1; day <= 10; ++day)
         sparse(fmt::format("metrics-2026-11-{:02}.jsonl", day), 13 * kMiB);
     saveTen(storage);
@@ -52,9 +50,7 @@ TEST_F(Pruning, OverTheLimitRemovesOldestFilesDownToEightyPercent) {
 }
 
 TEST_F(Pruning, SizeLimitEdges) {
-    MonitorConfig config;
-    config.maxStorageMB = 1;
-    auto storage = make(config);
+    auto storage = make({.maxStorageMB = 1});
     for (int i = 0; i < 9; ++i)
         ASSERT_TRUE(storage.save(sample("a", i)));
     // Exactly at the limit after the tenth line: not pruned, the test is strictly above.
@@ -87,8 +83,7 @@ TEST_F(Pruning, AgeGoesByTheFileNotItsName) {
     const Date born = std::chrono::system_clock::now();
     sparse("metrics-2001-01-01.jsonl", 10);
     sparse("metrics-2099-01-01.jsonl", 10);
-    MonitorConfig config;
-    config.retentionDays = 1;
+    const MonitorConfig config{.retentionDays = 1};
     for (const auto age : {23h, 25h}) {
         testing::ManualClock later(born + age);
         MetricsStorage storage(config, dir / "data", later, dir / "logs");
@@ -102,7 +97,7 @@ TEST_F(Pruning, AgeGoesByTheFileNotItsName) {
 }
 
 TEST_F(Pruning, ClearAllRemovesMetricFilesAndQueueAndStartsAfresh) {
-    auto storage = make(testing::withUpload());
+    auto storage = make({.uploadEnabled = true});
     storage.clearAll();
     EXPECT_EQ(log.matching("[clear"), std::vector<std::string>{"[clear_all] files_deleted=0"});
 

@@ -42,10 +42,8 @@ TEST_F(Reading, EachLoaderTakesOnlyItsOwnWholeLines) {
     EXPECT_EQ(hosts(storage.loadAlertEvents("2026-11-15")),
               (std::vector<std::string>{"late-0", "first-0", "second-0"}));
     EXPECT_EQ(storage.loadAllAlertEvents().back().hostname, "old-0");
-    std::vector<std::string> patterns;
-    for (const auto& event : storage.loadAllWatchedProcessEvents())
-        patterns.push_back(event.watched.pattern);
-    EXPECT_EQ(patterns, (std::vector<std::string>{"w0", "w1", "w2"}));
+    EXPECT_EQ(storage.loadAllWatchedProcessEvents(),
+              (std::vector{watched("w0"), watched("w1"), watched("w2")}));
     EXPECT_EQ(storage.loadWatchedProcessEvents("2026-11-14").size(), 1u);
 }
 

@@ -86,10 +86,4 @@ struct StoreFixture {
     std::filesystem::path today() const { return metrics("metrics-2026-11-15.jsonl"); }
 };
 
-inline MonitorConfig withUpload() {
-    MonitorConfig config;
-    config.uploadEnabled = true;
-    return config;
-}
-
 }  // namespace ostrel::testing
