@@ -144,6 +144,13 @@ bool keepsAlive(const HecRequest& request) {
     return !connection || strcasecmp(connection->c_str(), "close") != 0;
 }
 
+const std::string kProxyPage =
+    "<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\">"
+    "<title>Web Gateway - Authentication Required</title></head>\n<body>\n"
+    "<h1>Authentication Required</h1>\n<p>Your request to this site was intercepted by the "
+    "corporate web gateway. Sign in with your network account to continue. If the problem "
+    "persists, contact the service desk and quote reference GW-407.</p>\n</body>\n</html>\n";
+
 }  // namespace
 
 struct TlsContext {
@@ -294,6 +301,10 @@ void HecTestServer::stall() {
 
 void HecTestServer::answerWith(int status, std::string body) {
     setBehaviour(Behaviour::fixed, {status, "application/json; charset=UTF-8", std::move(body)});
+}
+
+void HecTestServer::answerWithProxyPage() {
+    setBehaviour(Behaviour::fixed, {200, "text/html; charset=utf-8", kProxyPage});
 }
 
 std::vector<HecTestServer::Exchange> HecTestServer::exchanges() const {

@@ -18,7 +18,7 @@ struct TlsContext;
 
 // A local HTTPS server that speaks the event collector's protocol: real TLS on 127.0.0.1 with
 // a self-signed certificate made at start, HTTP/1.1 keep-alive, bodies of a Content-Length. It
-// answers as the collector does unless told to fail or stall, and records every
+// answers as the collector does unless told to fail, stall or pose as a proxy, and records every
 // request with its answer.
 class HecTestServer {
   public:
@@ -41,6 +41,8 @@ class HecTestServer {
     void answerAsBusyCollector();
     // Every request gets this status and JSON body.
     void answerWith(int status, std::string body);
+    // A 200 with an HTML page, as an intercepting proxy sends.
+    void answerWithProxyPage();
     // Requests are read and never answered, until the behaviour changes or the server stops.
     void stall();
 

@@ -192,10 +192,14 @@ TEST_F(SplunkHECClientTest, RefusalsComeBackAsTheirOwnErrors) {
               R"(HTTP 503: {"text":"HEC is unhealthy, queues are full","code":18})");
     EXPECT_EQ(logged("HEC health check failed: HTTP 503 — {"), 1u);
 
-    // A success status is not enough: a non-zero code is a refusal (every other body a 2xx
-    // may carry is judged in HecResponse.VerdictOnEachAnswerToAPost).
+    // A success status is not enough: a non-zero code, or a proxy's page, is a refusal.
     server.answerWith(200, R"({"text":"No data","code":5})");
     EXPECT_EQ(errorOf(*hec), HECError::hecRejected(5, "No data"));
+    server.answerWithProxyPage();
+    const HECError proxied = errorOf(*hec);
+    EXPECT_EQ(proxied.code(), -1);
+    EXPECT_EQ(proxied.message(),
+              "Non-JSON response: " + server.exchanges().back().answer.body.substr(0, 200));
 
     // No failure changes the client.
     server.answerAsCollector();
