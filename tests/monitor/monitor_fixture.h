@@ -14,6 +14,7 @@
 #include "monitor/performance_monitor.h"
 #include "records/record_json.h"
 #include "storage/metrics_storage.h"
+#include "support/hec_test_server.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
 #include "support/temp_dir.h"
@@ -77,6 +78,16 @@ struct FakePaths {
     int created = 0;
     std::map<Monitor*, std::pair<SerialQueue*, NetworkPathMonitor::Handler>> active;
 };
+
+// Upload on, towards the test collector and its self-signed certificate.
+inline MonitorConfig uploadingTo(const HecTestServer& server) {
+    MonitorConfig config;
+    config.uploadEnabled = true;
+    config.hecEndpoint = server.url();
+    config.hecToken = server.token();
+    config.verifySSL = false;
+    return config;
+}
 
 // The lines of every metric file in `folder`, sorted by kind; a line that does not decode
 // throws, which fails the test.
