@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -98,11 +99,9 @@ struct StoredLines {
 
     explicit StoredLines(const std::filesystem::path& folder) {
         for (const auto& file : std::filesystem::directory_iterator(folder)) {
-            const std::string text = readFile(file.path());
-            for (size_t start = 0, end; start < text.size(); start = end + 1) {
-                end = text.find('\n', start);
-                const std::string_view line(text.data() + start, end - start);
-                if (line.find("\"event_type\"") != std::string_view::npos) {
+            std::istringstream text(readFile(file.path()));
+            for (std::string line; std::getline(text, line);) {
+                if (line.find("\"event_type\"") != std::string::npos) {
                     watched.push_back(decodeJson<WatchedProcessEvent>(line).value());
                 } else if (isEventLine(line)) {
                     alerts.push_back(decodeJson<AlertEvent>(line).value());
