@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "app/command_protocol.h"
 #include "app/status_menu.h"
 #include "monitor/monitor_fixture.h"
 
@@ -66,12 +65,10 @@ TEST_F(AppDelegateTest, AutoStartNeedsADestinationAndHeadlessModeImpliesIt) {
     EXPECT_TRUE(running());
     EXPECT_EQ(log.matching("Running in headless mode (no menu bar icon)").size(), 1u);
 
-    // Nowhere to put samples: neither auto-start nor a pending start runs, and both say so.
-    preferences->set(CommandProtocol::pendingCommandKey, "start");
+    // Nowhere to put samples: auto-start does not run, and says so.
     launch({{"storageEnabled", false}, {"uploadEnabled", true}, {"hecEndpoint", "https://h"}});
     EXPECT_FALSE(running());
     EXPECT_EQ(log.matching("Auto-start skipped: No valid destination configured").size(), 1u);
-    EXPECT_EQ(log.matching("Start command ignored: No valid destination configured").size(), 1u);
 
     launch({{"hecToken", "t"}});
     EXPECT_TRUE(running());

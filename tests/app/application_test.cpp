@@ -52,15 +52,15 @@ class ApplicationTest : public ::testing::Test {
         // Canonical, as the process list shows it.
         executable_ = fs::canonical(home_.path()) / ("ostrel-t" + std::to_string(getpid()));
         fs::copy_file(OSTREL_EXECUTABLE, executable_);
-        for (const char* folder : {"config", "data", "state", "run"}) {
+        setVariable("HOME", home_.path());
+        for (const auto& [variable, folder] : {std::pair{"XDG_CONFIG_HOME", "config"},
+                                               {"XDG_DATA_HOME", "data"},
+                                               {"XDG_STATE_HOME", "state"},
+                                               {"XDG_RUNTIME_DIR", "run"}}) {
             fs::create_directories(home_ / folder);
             fs::permissions(home_ / folder, fs::perms::owner_all);
+            setVariable(variable, home_ / folder);
         }
-        setVariable("HOME", home_.path());
-        setVariable("XDG_CONFIG_HOME", home_ / "config");
-        setVariable("XDG_DATA_HOME", home_ / "data");
-        setVariable("XDG_STATE_HOME", home_ / "state");
-        setVariable("XDG_RUNTIME_DIR", home_ / "run");
         setVariable("OSTREL_MANAGED_PREFERENCES", managedFile());
         // A tray test would need a desktop; the application must run on without one.
         setVariable("QT_QPA_PLATFORM", "offscreen");
@@ -70,24 +70,13 @@ class ApplicationTest : public ::testing::Test {
 
     ~ApplicationTest() override {
         endApplications();
-        for (const auto& [name, value] : saved_) {
-            if (value) {
-                setenv(name.c_str(), value->c_str(), 1);
-            } else {
-                unsetenv(name.c_str());
-            }
-        }
+        for (const auto& [name, value] : saved_)
+            put(name, value);
     }
 
     fs::path settingsFile() const { return home_ / "config/ostrel/com.ostrel.agent.json"; }
     fs::path managedFile() const { return home_ / "managed.json"; }
     std::string log() const { return testing::readFile(home_ / "state/ostrel/ostrel.log"); }
-    void writeSettings(const std::string& json) const { home_.write(settingsFile(), json); }
-    void writeManagedSettings(const std::string& json) const { home_.write(managedFile(), json); }
-
-    void launchApplication() const {
-        ASSERT_TRUE(makeAppLauncher(executable_)->launchApplication());
-    }
 
     ProcessOutput ostrel(const std::vector<std::string>& arguments) const {
         return runProcess(executable_, arguments).value();
@@ -120,17 +109,18 @@ class ApplicationTest : public ::testing::Test {
         return status;
     }
 
+    testing::TempDir home_;
+    fs::path executable_;
+
   private:
+    static void put(const std::string& name, const std::optional<std::string>& value) {
+        value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+    }
+    // Set for the test's processes, restored after the test.
     void setVariable(const std::string& name, const std::optional<std::string>& value) {
-        if (!saved_.count(name)) {
-            const char* old = std::getenv(name.c_str());
-            saved_[name] = old ? std::optional<std::string>(old) : std::nullopt;
-        }
-        if (value) {
-            setenv(name.c_str(), value->c_str(), 1);
-        } else {
-            unsetenv(name.c_str());
-        }
+        const char* old = std::getenv(name.c_str());
+        saved_.try_emplace(name, old ? std::optional<std::string>(old) : std::nullopt);
+        put(name, value);
     }
 
     // Every process running this test's copy: asked to end, then made to.
@@ -148,32 +138,26 @@ class ApplicationTest : public ::testing::Test {
         }
     }
 
-    testing::TempDir home_;
-    fs::path executable_;
     std::map<std::string, std::optional<std::string>> saved_;
 };
 
-TEST_F(ApplicationTest, HelpBadArgumentsAndStatusWithoutAnInstance) {
+// One session of an administrator's, so that each step meets the state the last one left.
+TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     const auto help = ostrel({"--status", "-h"});
     EXPECT_EQ(help.exitStatus, 0);
     EXPECT_EQ(help.standardOutput, helpText());
-
     const auto bad = ostrel({"--help", "--interval", "0"});
     EXPECT_EQ(bad.exitStatus, 1);
     EXPECT_EQ(bad.standardOutput, "Error: --interval must be between 1 and 3600 seconds\n");
     const auto alone = ostrel({"--watch", "a", "--duration", "5"});
     EXPECT_EQ(alone.exitStatus, 1);
     EXPECT_EQ(alone.standardOutput, "Error: --duration and --watch require --start\n");
-
     const auto status = ostrel({"--status"});
     EXPECT_EQ(status.exitStatus, 0);
     EXPECT_EQ(status.standardOutput, "Ostrel is not running\n");
-}
 
-TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand) {
-    writeManagedSettings(R"({"intervalSeconds":1})");
-    writeSettings(R"({"logLevel":1,"pinnedProcesses":["Safari"]})");
-
+    home_.write(managedFile(), R"({"intervalSeconds":1})");
+    home_.write(settingsFile(), R"({"logLevel":1,"pinnedProcesses":["Safari"]})");
     const auto start = ostrel({"--start", "--interval", "3"});
     EXPECT_EQ(start.exitStatus, 0);
     EXPECT_EQ(start.standardOutput,
@@ -182,15 +166,15 @@ TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand)
     const auto pid = awaitInstance();
     ASSERT_TRUE(pid);
     // The launched instance found the pending start; the managed interval wins.
-    const std::string status = awaitStatus({"Running: Yes", "Last collected: "});
+    const std::string running = awaitStatus({"Running: Yes", "Last collected: "});
     EXPECT_TRUE(
-        status.starts_with("Ostrel Status\n==================\nRunning: Yes\n"
-                           "Logging: Active\nStarted: "))
-        << status;
-    EXPECT_TRUE(contains(status,
+        running.starts_with("Ostrel Status\n==================\nRunning: Yes\n"
+                            "Logging: Active\nStarted: "))
+        << running;
+    EXPECT_TRUE(contains(running,
                          "Collection interval: 1s\nDuration limit: Unlimited\n"
                          "UI Mode: Full\nRecords collected: "))
-        << status;
+        << running;
     const auto again = ostrel({"--start", "--duration", "30"});
     EXPECT_TRUE(again.standardOutput.starts_with(
         "Duration limit set to 30 minutes\nCollection already running\n  Started: "))
@@ -210,39 +194,36 @@ TEST_F(ApplicationTest, StartLaunchesTheApplicationWhichThenAnswersEveryCommand)
     EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "Logging: Stopped\n"));
     EXPECT_TRUE(alive(*pid));
 
-    EXPECT_EQ(ostrel({"--quit"}).standardOutput, "Quit command sent\n");
+    EXPECT_EQ(ostrel({"--headless"}).standardOutput,
+              "Headless mode enabled\nApp restarted with headless mode enabled\n");
     EXPECT_TRUE(eventually([&] { return !alive(*pid); }));
+    const auto headless = awaitInstance(*pid);
+    ASSERT_TRUE(headless);
+    // Headless mode starts collecting by itself.
+    EXPECT_TRUE(contains(awaitStatus({"Running: Yes"}), "UI Mode: Headless (no UI)\n"));
+
+    EXPECT_EQ(ostrel({"--quit"}).standardOutput, "Quit command sent\n");
+    EXPECT_TRUE(eventually([&] { return !alive(*headless); }));
+
+    ASSERT_TRUE(makeAppLauncher(executable_)->launchApplication());
+    const auto last = awaitInstance(*headless);
+    ASSERT_TRUE(last);
+    awaitStatus({"Running: Yes"});
+    ASSERT_EQ(kill(*last, SIGTERM), 0);
+    EXPECT_TRUE(eventually([&] { return !alive(*last); }));
+
     // The log is written out at termination, so the whole story is there now.
     const std::string story = log();
     EXPECT_TRUE(contains(story, "Found pending command: start")) << story;
     EXPECT_TRUE(contains(story, "Executing clear-pins command")) << story;
-    EXPECT_TRUE(story.ends_with("[INFO] [general] Application shutdown complete\n")) << story;
-}
-
-TEST_F(ApplicationTest, HeadlessSwitchRestartsTheApplicationAndSigtermEndsIt) {
-    writeSettings(R"({"logLevel":1})");
-    launchApplication();
-    const auto first = awaitInstance();
-    ASSERT_TRUE(first);
-    // Neither auto-start nor a command: the application waits, stopped.
-    EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "UI Mode: Full\n"));
-
-    EXPECT_EQ(ostrel({"--headless"}).standardOutput,
-              "Headless mode enabled\nApp restarted with headless mode enabled\n");
-    EXPECT_TRUE(eventually([&] { return !alive(*first); }));
-    const auto second = awaitInstance(*first);
-    ASSERT_TRUE(second);
-    // Headless mode starts collecting by itself.
-    const std::string status = awaitStatus({"Running: Yes"});
-    EXPECT_TRUE(contains(status, "UI Mode: Headless (no UI)\n")) << status;
-
-    ASSERT_EQ(kill(*second, SIGTERM), 0);
-    EXPECT_TRUE(eventually([&] { return !alive(*second); }));
-    const std::string story = log();
-    const auto relaunch = story.find("Running in headless mode (no menu bar icon)");
-    ASSERT_NE(relaunch, std::string::npos) << story;
-    EXPECT_TRUE(contains(story.substr(0, relaunch), "Application shutdown complete"));
-    EXPECT_TRUE(story.ends_with("[INFO] [general] Application shutdown complete\n")) << story;
+    EXPECT_TRUE(contains(story, "Running in headless mode (no menu bar icon)")) << story;
+    // Each of the three ends, by the headless switch, --quit and the signal, said so.
+    const std::string shutdown = "[INFO] [general] Application shutdown complete\n";
+    size_t shutdowns = 0;
+    for (auto at = story.find(shutdown); at != std::string::npos; at = story.find(shutdown, at + 1))
+        ++shutdowns;
+    EXPECT_EQ(shutdowns, 3u) << story;
+    EXPECT_TRUE(story.ends_with(shutdown)) << story;
 }
 
 }  // namespace

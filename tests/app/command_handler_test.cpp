@@ -22,7 +22,8 @@ struct FakeTarget : CommandTarget {
 
     MonitorConfig loadConfiguration() override {
         calls.push_back("load");
-        record = MonitorConfig{.storageEnabled = destination};
+        record = MonitorConfig{.storageEnabled = destination,
+                               .uploadEnabled = preferences.boolean("uploadEnabled")};
         if (preferences.hasObject("intervalSeconds"))
             record.intervalSeconds = preferences.integer("intervalSeconds");
         record.captureDurationMinutes = preferences.integer("captureDurationMinutes");
@@ -149,6 +150,8 @@ TEST_F(CommandHandlerTest, StartWhileRunningWithoutDurationLeavesTheLimitAlone) 
               1u);
 }
 
+// Storage off, so that the logging line takes its third form (the executable's test sees the
+// other two), and upload on, so that every figure the snapshot carries is read back.
 TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
     target.status = {.isRunning = true,
                      .successCount = 7,
@@ -163,16 +166,19 @@ TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
                      .lastUploadDate = Date(std::chrono::seconds(1795341650)),
                      .lastUploadCount = 12};
     preferences.set("intervalSeconds", 4);
+    preferences.set("uploadEnabled", true);
+    target.destination = false;
     handler.executeCommand("status");
     const auto snapshot = preferences.dictionary(P::statusKey).value();
     EXPECT_EQ(snapshot.at("timestamp"), PreferenceValue(Formatters::iso8601(clock.now())));
     EXPECT_FALSE(snapshot.contains("captureEndTime"));
     EXPECT_EQ(statusReport(snapshot, [](Date date) { return Formatters::iso8601(date); }),
-              "Ostrel Status\n==================\nRunning: Yes\nLogging: Active\n"
+              "Ostrel Status\n==================\nRunning: Yes\nLogging: Disabled\n"
               "Started: 2026-11-22T10:00:00Z\nLast collected: 2026-11-22T10:01:00Z\n"
               "Collection interval: 4s\nDuration limit: 90 minutes\nUI Mode: Full\n"
               "Records collected: 7\nErrors: 1\nStored records: 70\nStorage size: 1.3 MB\n"
-              "Upload enabled: No\n");
+              "Upload enabled: Yes\nTotal uploaded: 60\nPending upload: 3\n"
+              "Last upload: 2026-11-22T10:00:50Z (12 records)\n");
 }
 
 }  // namespace

@@ -34,14 +34,6 @@ TEST(StatusReport, StoppedMonitorHidesLastCollectionAndUploadShowsNever) {
               "Total uploaded: 0\nPending upload: 0\nLast upload: Never\n");
 }
 
-TEST(StatusReport, EmptySnapshotReadsAsDisabledWithoutUploadLines) {
-    EXPECT_EQ(statusReport({{"isRunning", true}}, iso),
-              "Ostrel Status\n==================\nRunning: Yes\nLogging: Disabled\n"
-              "Collection interval: 5s\nDuration limit: Unlimited\nUI Mode: Full\n"
-              "Records collected: 0\nErrors: 0\nStored records: 0\nStorage size: 0.0 MB\n"
-              "Upload enabled: No\n");
-}
-
 TEST(MediumDateTime, ShowsMonthDayYearAndTheLocaleTime) {
     setenv("LC_ALL", "C", 1);
     setenv("TZ", "America/New_York", 1);

@@ -1,6 +1,5 @@
 // A monitor built from this machine's pieces, on real threads, for a few seconds.
 #include "monitor_fixture.h"
-#include "support/hec_test_server.h"
 
 namespace ostrel::testing {
 namespace {
@@ -20,16 +19,12 @@ TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
     std::optional<int64_t> delivered;
     dispatcher->mainQueue().async([&] {
         monitor = PerformanceMonitor::create(std::move(dependencies));
-        MonitorConfig config;
+        MonitorConfig config = uploadingTo(server);
         config.intervalSeconds = 1;
         config.alertsEnabled = true;
         config.alertCPUThreshold = 0;  // any load at all alerts
         config.alertCooldownMinutes = 0;
         config.alertMemoryPressureLevel = 0;
-        config.uploadEnabled = true;
-        config.hecEndpoint = server.url();
-        config.hecToken = server.token();
-        config.verifySSL = false;
         monitor->configure(config);
         monitor->pinProcess("ostrel_monitor");  // this test program
         monitor->start();

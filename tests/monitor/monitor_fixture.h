@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "monitor/performance_monitor.h"
 #include "records/record_json.h"
 #include "storage/metrics_storage.h"
+#include "support/hec_test_server.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
 #include "support/temp_dir.h"
@@ -78,6 +80,16 @@ struct FakePaths {
     std::map<Monitor*, std::pair<SerialQueue*, NetworkPathMonitor::Handler>> active;
 };
 
+// Upload on, towards the test collector and its self-signed certificate.
+inline MonitorConfig uploadingTo(const HecTestServer& server) {
+    MonitorConfig config;
+    config.uploadEnabled = true;
+    config.hecEndpoint = server.url();
+    config.hecToken = server.token();
+    config.verifySSL = false;
+    return config;
+}
+
 // The lines of every metric file in `folder`, sorted by kind; a line that does not decode
 // throws, which fails the test.
 struct StoredLines {
@@ -87,11 +99,9 @@ struct StoredLines {
 
     explicit StoredLines(const std::filesystem::path& folder) {
         for (const auto& file : std::filesystem::directory_iterator(folder)) {
-            const std::string text = readFile(file.path());
-            for (size_t start = 0, end; start < text.size(); start = end + 1) {
-                end = text.find('\n', start);
-                const std::string_view line(text.data() + start, end - start);
-                if (line.find("\"event_type\"") != std::string_view::npos) {
+            std::istringstream text(readFile(file.path()));
+            for (std::string line; std::getline(text, line);) {
+                if (line.find("\"event_type\"") != std::string::npos) {
                     watched.push_back(decodeJson<WatchedProcessEvent>(line).value());
                 } else if (isEventLine(line)) {
                     alerts.push_back(decodeJson<AlertEvent>(line).value());

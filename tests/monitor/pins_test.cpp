@@ -3,14 +3,7 @@
 namespace ostrel::testing {
 namespace {
 
-class PinsTest : public MonitorFixture {
-  protected:
-    PinsTest() {
-        processes->processes = {{.pid = 10, .name = "Chrome Helper", .user = "ana"},
-                                {.pid = 11, .name = "chrome", .user = "ana"},
-                                {.pid = 12, .name = "Safari", .user = "ana"}};
-    }
-};
+using PinsTest = MonitorFixture;
 
 std::vector<std::string> patternsOf(const std::vector<WatchedProcessMetrics>& watched) {
     std::vector<std::string> patterns;
@@ -42,6 +35,9 @@ TEST_F(PinsTest, PinsAreTrimmedUniqueIgnoringCaseAtMostFiveAndKeptInPreferences)
 }
 
 TEST_F(PinsTest, PinsMatchByPrefixIgnoringCaseWatchedNamesExactlyAndOnlyPresentOnesAreStored) {
+    processes->processes = {{.pid = 10, .name = "Chrome Helper", .user = "ana"},
+                            {.pid = 11, .name = "chrome", .user = "ana"},
+                            {.pid = 12, .name = "Safari", .user = "ana"}};
     build();
     MonitorConfig config;
     config.watchedProcesses = {"chrome", "Chrome", "absent"};

@@ -1,5 +1,4 @@
 #include "monitor_fixture.h"
-#include "support/hec_test_server.h"
 #include "support/sample_records.h"
 #include "upload/curl_transport.h"
 
@@ -22,14 +21,6 @@ class UploadTest : public MonitorFixture {
   protected:
     UploadTest() { hecOptions.transport = transport; }
 
-    MonitorConfig uploading() const {
-        MonitorConfig config;
-        config.uploadEnabled = true;
-        config.hecEndpoint = server.url();
-        config.hecToken = server.token();
-        config.verifySSL = false;
-        return config;
-    }
     std::filesystem::path queueFile(const std::string& name,
                                     const std::vector<std::string>& lines) {
         std::string text;
@@ -52,7 +43,7 @@ class UploadTest : public MonitorFixture {
 
 TEST_F(UploadTest, ARefusedFileAndAllLaterOnesStayUntilTheNextCycleAndNothingGoesTwice) {
     build();
-    monitor->configure(uploading());
+    monitor->configure(uploadingTo(server));
     const auto first = queueFile("uploading-100.jsonl", {sampleLine(1), sampleLine(2)});
     const auto unreadable = dir / "data" / "upload" / "uploading-150.jsonl";
     std::filesystem::create_directories(unreadable);
@@ -107,7 +98,7 @@ TEST_F(UploadTest, WithoutAClientOrWithUploadOffNothingIsTakenFromTheQueue) {
     EXPECT_EQ(monitor->lastError.get(), "Upload not enabled");
     EXPECT_EQ(log.matching("Upload skipped: Upload not enabled").size(), 1u);
 
-    MonitorConfig config = uploading();
+    MonitorConfig config = uploadingTo(server);
     config.hecEndpoint = "http://127.0.0.1:1/services/collector/event";
     monitor->configure(config);
     EXPECT_EQ(monitor->lastError.get(), "HEC endpoint must use HTTPS");
@@ -118,7 +109,7 @@ TEST_F(UploadTest, WithoutAClientOrWithUploadOffNothingIsTakenFromTheQueue) {
               std::vector<std::string>{"[upload_failed] reason=hec_not_configured"});
     EXPECT_TRUE(std::filesystem::exists(waiting));
 
-    monitor->configure(uploading());
+    monitor->configure(uploadingTo(server));
     std::filesystem::remove(waiting);
     monitor->performUpload();  // an empty queue starts no cycle
     EXPECT_FALSE(monitor->isUploading.get());
