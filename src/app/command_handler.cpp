@@ -3,26 +3,19 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "app/command_protocol.h"
 #include "app/dictionary_entries.h"
 #include "logging/logger.h"
 #include "records/formatters.h"
+#include "records/text.h"
 
 namespace ostrel {
 namespace {
 
 namespace P = CommandProtocol;
 constexpr auto kGeneral = Logger::Category::general;
-
-std::string lowercased(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](unsigned char c) { return char(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-    return result;
-}
 
 }  // namespace
 
@@ -87,7 +80,7 @@ void CommandHandler::executeCommand(std::string_view command) {
     const MonitorConfig config = target_.loadConfiguration();
     target_.configureMonitor(config);
 
-    const std::string name = lowercased(command);
+    const std::string name = asciiLowered(command);
     if (name == "start") return startCommand(config);
     const std::pair<std::string_view, std::function<void()>> actions[] = {
         {"stop",

@@ -6,18 +6,8 @@
 
 namespace ostrel {
 
-std::string asciiLowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        c = asciiLower(c);
-    return result;
-}
-
 std::string_view trimBlanks(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t");
-    if (begin == std::string_view::npos) return {};
-    const size_t end = text.find_last_not_of(" \t");
-    return text.substr(begin, end - begin + 1);
+    return trimmed(text, " \t");
 }
 
 std::vector<std::string_view> splitDroppingEmpty(std::string_view text, char separator,

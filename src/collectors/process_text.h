@@ -6,16 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "records/text.h"
+
 // Small text helpers shared by the process list, its tool parsers and the name grouping.
 namespace ostrel {
-
-inline char asciiLower(char c) {
-    return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c;
-}
-inline char asciiUpper(char c) {
-    return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c;
-}
-std::string asciiLowered(std::string_view text);
 
 // Without leading and trailing spaces and tabs (line ends stay).
 std::string_view trimBlanks(std::string_view text);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "records/text.h"
 #include "upload/curl_library.h"
 
 namespace ostrel {
@@ -74,10 +75,7 @@ Split splitURL(std::string_view url) {
 }  // namespace
 
 std::string trimmedSetting(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\n\r\v\f";
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
+    return std::string(trimmed(text, " \t\n\r\v\f"));
 }
 
 tl::expected<std::string, HECError> checkedEndpoint(std::string_view text) {
@@ -86,9 +84,7 @@ tl::expected<std::string, HECError> checkedEndpoint(std::string_view text) {
         !hasValidEscapes(endpoint)) {
         return tl::unexpected(HECError::invalidEndpoint());
     }
-    std::string scheme(schemeOf(endpoint));
-    std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string scheme = asciiLowered(schemeOf(endpoint));
     if (scheme.empty()) {
         // A relative reference may not have a colon in its first segment ("://host").
         const std::string_view first =

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+#include "records/text.h"
+
 namespace ostrel {
 namespace {
 
@@ -31,11 +33,9 @@ std::string execArgument(const std::string& argument) {
     return '"' + escaped + '"';
 }
 
+// Blanks around a line, a key or a value; a line end of the other platform is one of them.
 std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos) return {};
-    const auto last = text.find_last_not_of(" \t\r");
-    return text.substr(first, last - first + 1);
+    return ostrel::trimmed(text, " \t\r");
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "platform/linux/file_reader.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/text_scan.h"
+#include "records/text.h"
 
 namespace ostrel {
 namespace {
@@ -151,9 +152,7 @@ bool isPlaceholderModel(std::string_view name) {
                                                         "none",
                                                         "system name",
                                                         "o.e.m."};
-    std::string lower(trim(name));
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string lower = asciiLowered(trim(name));
     if (lower.empty()) return true;
     return std::find(std::begin(placeholders), std::end(placeholders), lower) !=
            std::end(placeholders);

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <type_traits>
 
+#include "records/text.h"
+
 // Small pieces for parsing kernel text without allocating: lines, white-space separated
 // fields, and numbers that must be whole and in range.
 namespace ostrel::text_scan {
@@ -15,11 +17,7 @@ inline bool isSpace(char c) {
 }
 
 inline std::string_view trim(std::string_view text) {
-    while (!text.empty() && isSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back()))
-        text.remove_suffix(1);
-    return text;
+    return trimmed(text, " \t\n\r");
 }
 
 // Takes the next line off `text`, without its newline. False when nothing is left.
