@@ -6,13 +6,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <tl/expected.hpp>
 
 #include "logging/logger.h"
-#include "logging/write_all.h"
 #include "platform/linux/preferences_json.h"
+#include "platform/linux/replace_file.h"
 #include "platform/linux/unique_fd.h"
 
 namespace ostrel {
@@ -20,39 +19,17 @@ namespace {
 
 using Result = tl::expected<void, std::string>;
 
-tl::unexpected<std::string> failure(std::string_view what, const std::filesystem::path& path) {
-    return tl::unexpected(fmt::format("{} {}: {}", what, path.string(), std::strerror(errno)));
-}
-
 // An exclusive flock on the lock file beside the preferences, held while the descriptor is
 // open. The lock file is never removed: removing it would let two writers lock different files.
 tl::expected<UniqueFd, std::string> lockForWriting(const std::filesystem::path& preferences) {
     std::filesystem::path lockPath = preferences;
     lockPath += ".lock";
     UniqueFd lock(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!lock) return failure("cannot open", lockPath);
+    if (!lock) return fileFailure("cannot open", lockPath);
     while (::flock(lock.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) return failure("cannot lock", lockPath);
+        if (errno != EINTR) return fileFailure("cannot lock", lockPath);
     }
     return lock;
-}
-
-// Puts `text` in place of `target` in one step: a reader sees the old file or the new one,
-// never a part, and after a crash the file is whole, old or new (the folder is not flushed, so
-// a crash may lose the latest write, as with any settings left unsynchronised). The new file is
-// readable by the owner only, as it may hold the collector's token.
-Result replaceFile(const std::filesystem::path& target, std::string_view text) {
-    std::string temporary = target.string() + ".XXXXXX";
-    UniqueFd file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file) return failure("cannot create a file beside", target);
-    Result written;
-    if (!writeAll(file.get(), text)) written = failure("cannot write", temporary);
-    if (written && ::fsync(file.get()) != 0) written = failure("cannot flush", temporary);
-    if (written && ::rename(temporary.c_str(), target.c_str()) != 0) {
-        written = failure("cannot replace", target);
-    }
-    if (!written) ::unlink(temporary.c_str());
-    return written;
 }
 
 // "20261122T101530" in local time: the moment a file was set aside, for the person who finds it.
@@ -73,7 +50,7 @@ Result keepAside(const std::filesystem::path& path, Date now) {
     for (int attempt = 2; ::access(name.c_str(), F_OK) == 0; ++attempt) {
         name = fmt::format("{}-{}", base, attempt);
     }
-    if (::rename(path.c_str(), name.c_str()) != 0) return failure("cannot set aside", path);
+    if (::rename(path.c_str(), name.c_str()) != 0) return fileFailure("cannot set aside", path);
     Logger::warning(fmt::format("Kept unreadable preferences file as {}", name),
                     Logger::Category::general);
     return {};

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "platform/linux/autostart_entry.h"
+#include "platform/linux/replace_file.h"
 
 namespace ostrel {
 namespace {
@@ -26,24 +27,8 @@ class AutostartLoginService final : public LoginService {
         std::error_code error;
         std::filesystem::create_directories(directory_, error);
         if (error) return tl::unexpected(error.message());
-        // Written aside and renamed, so a session starting meanwhile never reads half an entry.
-        const auto temporary = directory_ / (std::string(kAutostartFileName) + ".tmp");
-        {
-            std::ofstream out(temporary, std::ios::trunc);
-            out << autostartEntry(executable_);
-            out.close();
-            if (!out) {
-                std::filesystem::remove(temporary, error);
-                return tl::unexpected("Cannot write " + temporary.string());
-            }
-        }
-        std::filesystem::rename(temporary, file(), error);
-        if (error) {
-            std::error_code ignored;
-            std::filesystem::remove(temporary, ignored);
-            return tl::unexpected(error.message());
-        }
-        return {};
+        // Replaced in one step, so a session starting meanwhile never reads half an entry.
+        return replaceFile(file(), autostartEntry(executable_));
     }
 
     tl::expected<void, std::string> unregisterService() override {
