@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 
 #include "alerts/alert_text.h"
@@ -37,8 +36,7 @@ std::string freshIdentifier() {
 double cooldownSeconds(int64_t minutes) {
     int64_t seconds = 0;
     if (__builtin_mul_overflow(minutes, int64_t{60}, &seconds)) {
-        Logger::error(fmt::format("Alert cooldown of {} minutes overflows", minutes), general);
-        std::abort();
+        Logger::fatal(fmt::format("Alert cooldown of {} minutes overflows", minutes), general);
     }
     return static_cast<double>(seconds);
 }

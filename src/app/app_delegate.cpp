@@ -141,6 +141,8 @@ MonitorStatusFigures AppDelegate::monitorStatus() const {
         .lastCollection = monitor.lastCollection.get(),
         .lastUploadDate = monitor.lastUploadDate.get(),
         .lastUploadCount = monitor.lastUploadCount.get(),
+        .rejectedUploadCount = monitor.rejectedUploadCount.get(),
+        .lastError = monitor.lastError.get(),
     };
 }
 

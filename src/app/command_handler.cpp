@@ -193,6 +193,10 @@ void CommandHandler::writeStatusToDefaults() {
     addDate("lastCollection", status.lastCollection);
     addDate("lastUploadDate", status.lastUploadDate);
     if (status.lastUploadDate) snapshot["lastUploadCount"] = status.lastUploadCount;
+    if (status.rejectedUploadCount > 0) {
+        snapshot["rejectedUploadCount"] = status.rejectedUploadCount;
+    }
+    if (status.lastError) snapshot["lastError"] = *status.lastError;
     storeDictionary(P::statusKey, std::move(snapshot));
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 
 #include "platform/clock.h"
 #include "records/monitor_config.h"
@@ -26,6 +27,8 @@ struct MonitorStatusFigures {
     std::optional<Date> lastCollection;
     std::optional<Date> lastUploadDate;
     int64_t lastUploadCount = 0;
+    int64_t rejectedUploadCount = 0;
+    std::optional<std::string> lastError;
 };
 
 // What the commands act on: the application's configuration manager and monitor. The

@@ -82,6 +82,13 @@ std::string statusReport(const PreferenceDictionary& status, const DateDisplay& 
                                              report.count("lastUploadCount"))
                                : std::string("Last upload: Never"));
     }
+    // What went wrong shows here, not only as a growing pending count.
+    if (const int64_t rejected = report.count("rejectedUploadCount"); rejected > 0) {
+        report.line(fmt::format("Refused by collector: {} records (in upload/rejected)", rejected));
+    }
+    if (const auto error = stringEntry(status, "lastError")) {
+        report.line("Last error: " + *error);
+    }
     return std::move(report).text();
 }
 

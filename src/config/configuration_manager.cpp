@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "config/setting_limits.h"
 #include "logging/logger.h"
 
 namespace ostrel {
@@ -10,14 +13,6 @@ namespace {
 template <class Field, class Value>
 void assignIf(const std::optional<Value>& value, Field& field) {
     if (value) field = *value;
-}
-
-// A value at most `high` and at least `low`, either bound optional.
-std::optional<int64_t> clamped(int64_t value, std::optional<int64_t> low,
-                               std::optional<int64_t> high) {
-    if (low && value < *low) return low;
-    if (high && value > *high) return high;
-    return std::nullopt;
 }
 
 }  // namespace
@@ -136,25 +131,15 @@ void ConfigurationManager::loadNotificationMessages(MonitorConfig& loaded) const
 
 void ConfigurationManager::validateConfig() {
     // Each correction is a change of its own, so that observers see exactly what moved.
-    const auto clamp = [this](int64_t MonitorConfig::*field, std::optional<int64_t> low,
-                              std::optional<int64_t> high) {
-        if (const auto corrected = clamped(config.get().*field, low, high)) {
-            config.modify([&](MonitorConfig& c) { c.*field = *corrected; });
-        }
-    };
-    // 10 seconds is the longest sampling interval the collectors are built for.
-    clamp(&MonitorConfig::intervalSeconds, 1, 10);
-    clamp(&MonitorConfig::captureDurationMinutes, 0, std::nullopt);
-    clamp(&MonitorConfig::maxStorageMB, 1, std::nullopt);
-    clamp(&MonitorConfig::retentionDays, 1, std::nullopt);
+    for (const SettingRange& range : kSettingRanges) {
+        const int64_t value = config.get().*range.field;
+        const int64_t corrected = std::clamp(value, range.lowest, range.highest);
+        if (corrected != value)
+            config.modify([&](MonitorConfig& c) { c.*range.field = corrected; });
+    }
     if (config->rotationPolicy != "daily" && config->rotationPolicy != "hourly") {
         config.modify([](MonitorConfig& c) { c.rotationPolicy = "daily"; });
     }
-    clamp(&MonitorConfig::uploadIntervalMinutes, 1, std::nullopt);
-    clamp(&MonitorConfig::alertCPUThreshold, 1, 100);
-    clamp(&MonitorConfig::alertSustainedSeconds, 0, 3600);
-    clamp(&MonitorConfig::alertMemorySustainedSeconds, 0, 3600);
-    clamp(&MonitorConfig::alertCooldownMinutes, 1, std::nullopt);
     const int64_t level = config->alertMemoryPressureLevel;
     if (level != 0 && level != 2 && level != 4) {
         config.modify([](MonitorConfig& c) { c.alertMemoryPressureLevel = 4; });

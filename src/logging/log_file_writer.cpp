@@ -8,9 +8,12 @@
 
 #include "logging/gzip_file.h"
 #include "logging/write_all.h"
+#include "platform/file_system.h"
 
 namespace ostrel {
 namespace {
+
+constexpr mode_t kPrivateFile = 0600;
 
 bool fileExists(const std::filesystem::path& path) {
     std::error_code unreadable;  // counts as absent
@@ -24,7 +27,7 @@ int openForAppend(const std::filesystem::path& path) {
 
 // The file afterwards holds `bytes` alone.
 void replaceFile(const std::filesystem::path& path, std::string_view bytes) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kPrivateFile);
     if (fd < 0) return;
     writeAll(fd, bytes);
     ::close(fd);
@@ -34,8 +37,8 @@ void replaceFile(const std::filesystem::path& path, std::string_view bytes) {
 
 LogFileWriter::LogFileWriter(std::filesystem::path path, const Clock& clock)
     : path_(std::move(path)), clock_(clock), lastFlush_(clock.monotonic()) {
-    std::error_code ignored;
-    std::filesystem::create_directories(path_.parent_path(), ignored);
+    // The log names processes, users and hosts: its folder and files are the owner's alone.
+    (void)files::makeDirectories(path_.parent_path());
 }
 
 LogFileWriter::~LogFileWriter() {
@@ -52,7 +55,7 @@ void LogFileWriter::append(std::string_view line) {
 
 void LogFileWriter::createIfMissing() {
     if (fileExists(path_)) return;
-    const int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    const int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile);
     if (fd >= 0) ::close(fd);
 }
 

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cstdlib>
+#include <exception>
 #include <mutex>
 #include <string>
 
@@ -151,8 +153,27 @@ void Logger::error(std::string_view message, std::string_view errorDescription, 
     log(Level::error, category, fmt::format("{}: {}", message, errorDescription));
 }
 
+void Logger::fatal(std::string_view message, Category category) {
+    log(Level::fault, category, message);
+    flush();
+    std::abort();
+}
+
 void Logger::initializeLogFile() {
     state().fileQueue.async([] { state().fileWriter().createIfMissing(); });
+    std::set_terminate([] {
+        std::string what = "Terminated without an exception";
+        if (const std::exception_ptr current = std::current_exception()) {
+            try {
+                std::rethrow_exception(current);
+            } catch (const std::exception& exception) {
+                what = std::string("Uncaught exception: ") + exception.what();
+            } catch (...) {
+                what = "Uncaught exception of unknown type";
+            }
+        }
+        fatal(what, Category::general);
+    });
 }
 
 void Logger::flush() {

@@ -33,7 +33,12 @@ class Logger {
     static void error(std::string_view message, std::string_view errorDescription,
                       Category category);
 
-    // Creates the log file if there is none. Called once at launch.
+    // An error the process cannot go on from: logged at fault level, the file log written out
+    // at once (it is otherwise lost with the process), then the process aborts.
+    [[noreturn]] static void fatal(std::string_view message, Category category);
+
+    // Creates the log file if there is none, and sends the end of an uncaught exception
+    // through fatal. Called once at launch.
     static void initializeLogFile();
     // Writes what waits in the buffer and closes the file; the caller waits. Called last at
     // termination. The logger stays usable afterwards.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "config/setting_limits.h"
 #include "logging/logger.h"
 #include "monitor/monitor_core.h"
 #include "monitor/monitor_timing.h"
@@ -103,7 +104,8 @@ void PerformanceMonitor::configureDurationLimit() {
 void PerformanceMonitor::configureDurationLimitFromCLI(int64_t minutes) {
     {
         std::lock_guard lock(core_->configLock);
-        core_->config.captureDurationMinutes = minutes;
+        core_->config.captureDurationMinutes =
+            std::clamp<int64_t>(minutes, 0, setting_limits::kMaxCaptureDurationMinutes);
     }
     configureDurationLimit();
 }
@@ -190,6 +192,7 @@ void PerformanceMonitor::updateStorageStatus() {
     storageSizeMB.set(health.pendingSizeMB);
     storageHealth.set(health);
     pendingUploadCount.set(storage.pendingUploadCount());
+    rejectedUploadCount.set(storage.rejectedUploadCount());
 }
 
 }  // namespace ostrel

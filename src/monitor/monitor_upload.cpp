@@ -51,8 +51,9 @@ void PerformanceMonitor::uploadNow() {
 }
 
 void PerformanceMonitor::performUpload() {
-    // The timer comes here directly: a cycle still running does not hold the next one back.
-    if (!core_->configCopy().uploadEnabled) return;
+    // Cycles never overlap: a timer firing during a long cycle would otherwise list the same
+    // files again and send them twice.
+    if (!core_->configCopy().uploadEnabled || isUploading.get()) return;
     MetricsStorage& storage = *core_->storage;
     if (!hecClient_) {
         lastError.set("HEC not configured");
@@ -74,9 +75,7 @@ void PerformanceMonitor::performUpload() {
             if (weak.expired()) return;
             const UploadResult result = uploadFiles(*core, files, *client);
             core->dispatcher.mainQueue().async([weak, result] {
-                if (auto self = weak.lock()) {
-                    self->finalizeUpload(result.uploaded, result.failed, result.filesDeleted);
-                }
+                if (auto self = weak.lock()) self->finalizeUpload(result);
             });
         });
 }
@@ -87,7 +86,14 @@ PerformanceMonitor::UploadResult PerformanceMonitor::uploadFiles(
     UploadResult result;
     bool aborted = false;
     for (const std::filesystem::path& file : files) {
-        const auto [ok, bad] = uploadSingleFile(file, client);
+        const auto [ok, bad, failure] = uploadSingleFile(file, client);
+        if (failure && isPermanentRefusal(*failure)) {
+            // Sending it again cannot change the answer; kept aside, it no longer holds back
+            // everything queued behind it.
+            setAside(core, file, bad, *failure);
+            result.rejected += bad;
+            continue;
+        }
         result.uploaded += ok;
         result.failed += bad;
         if (bad >= 1) {
@@ -113,12 +119,13 @@ PerformanceMonitor::UploadResult PerformanceMonitor::uploadFiles(
                                       {"files_attempted", std::to_string(files.size())},
                                       {"aborted", aborted ? "true" : "false"},
                                       {"duration_seconds", fmt::format("{:.1f}", seconds)},
-                                      {"endpoint", core.configCopy().hecEndpoint}});
+                                      {"endpoint", core.configCopy().hecEndpoint},
+                                      {"records_rejected", std::to_string(result.rejected)}});
     return result;
 }
 
-std::pair<int64_t, int64_t> PerformanceMonitor::uploadSingleFile(const std::filesystem::path& file,
-                                                                 SplunkHECClient& client) {
+PerformanceMonitor::FileUpload PerformanceMonitor::uploadSingleFile(
+    const std::filesystem::path& file, SplunkHECClient& client) {
     std::vector<HECBatchEntry> entries;
     files::LineBlockReader reader(file);
     while (reader.isOpen()) {
@@ -132,31 +139,48 @@ std::pair<int64_t, int64_t> PerformanceMonitor::uploadSingleFile(const std::file
     }
     if (!reader.isOpen() || reader.failed()) {
         Logger::warning("Failed to read file for upload: " + file.filename().string(), network);
-        return {0, 0};
+        return {};
     }
-    if (entries.empty()) return {0, 0};
+    if (entries.empty()) return {};
     auto sent = client.sendBatch(entries);
-    if (sent) return {*sent, 0};
+    if (sent) return {.sent = *sent};
     const auto count = static_cast<int64_t>(entries.size());
     Logger::error(fmt::format("Failed to upload batch ({} records)", count),
                   failureDescription(sent.error()), network);
-    return {0, count};
+    return {.failed = count, .failure = std::move(sent.error())};
 }
 
-void PerformanceMonitor::finalizeUpload(int64_t successfulCount, int64_t failedCount,
-                                        int64_t filesUploaded) {
+void PerformanceMonitor::setAside(const Core& core, const std::filesystem::path& file,
+                                  int64_t records, const HECFailure& refusal) {
+    const std::string name = file.filename().string();
+    if (auto error = core.storage->rejectUploadQueueFile(file)) {
+        // Still in the queue: offered again next cycle, and set aside then.
+        Logger::error(fmt::format("Failed to set aside refused file {}", name), error.message(),
+                      network);
+        return;
+    }
+    Logger::error(fmt::format("Collector refused {} ({} records) for good, moved to "
+                              "upload/rejected/",
+                              name, records),
+                  failureDescription(refusal), network);
+}
+
+void PerformanceMonitor::finalizeUpload(const UploadResult& result) {
     lastUploadDate.set(dispatcher_.clock().now());
-    lastUploadCount.set(successfulCount);
-    totalUploadedCount.set(totalUploadedCount.get() + successfulCount);
+    lastUploadCount.set(result.uploaded);
+    totalUploadedCount.set(totalUploadedCount.get() + result.uploaded);
     isUploading.set(false);
     updateStorageStatus();
-    if (failedCount < 1) {
-        lastError.set(std::nullopt);
+    if (result.failed >= 1) {
+        lastError.set(fmt::format("Failed to upload {} records", result.failed));
+    } else if (result.rejected >= 1) {
+        lastError.set(
+            fmt::format("Collector refused {} records; kept in upload/rejected", result.rejected));
     } else {
-        lastError.set(fmt::format("Failed to upload {} records", failedCount));
+        lastError.set(std::nullopt);
     }
     Logger::info(fmt::format("Upload complete: {} records from {} files, {} failed",
-                             successfulCount, filesUploaded, failedCount),
+                             result.uploaded, result.filesDeleted, result.failed),
                  network);
 }
 

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 
+#include "config/setting_limits.h"
 #include "logging/logger.h"
 #include "monitor/monitor_core.h"
 #include "monitor/monitor_timing.h"
@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 constexpr auto collection = Logger::Category::collection;
 constexpr auto storageCategory = Logger::Category::storage;
+constexpr std::string_view kStorageErrorPrefix = "Storage error: ";
 
 const char* flag(bool value) {
     return value ? "true" : "false";
@@ -27,9 +28,8 @@ const char* flag(bool value) {
 template <class T>
 T& required(T* object, const char* what) {
     if (!object) {
-        Logger::error(fmt::format("PerformanceMonitor built without {}", what),
+        Logger::fatal(fmt::format("PerformanceMonitor built without {}", what),
                       Logger::Category::general);
-        std::abort();
     }
     return *object;
 }
@@ -118,7 +118,8 @@ void PerformanceMonitor::configureHECClient() {
     }
 }
 
-void PerformanceMonitor::configure(MonitorConfig config) {
+void PerformanceMonitor::configure(MonitorConfig given) {
+    const MonitorConfig config = withinLimits(std::move(given));
     const MonitorConfig old = core_->configCopy();
     const bool alertFlagsChanged = old.alertInBackground != config.alertInBackground ||
                                    old.alertsEnabled != config.alertsEnabled;
@@ -264,11 +265,15 @@ void PerformanceMonitor::saveMetricsToStorage(const SystemMetrics& metrics,
     // A store switched off saves nothing, successfully: the count goes on rising.
     if (auto saved = storage.save(metrics); saved) {
         successCount.set(successCount.get() + 1);
-        lastError.set(std::nullopt);
+        // A stored sample answers for the store only: an upload's error stays on show until
+        // the next cycle, or it would vanish from the status within seconds.
+        if (lastError.get() && lastError.get()->starts_with(kStorageErrorPrefix)) {
+            lastError.set(std::nullopt);
+        }
     } else {
         const std::string description = saved.error().description();
         errorCount.set(errorCount.get() + 1);
-        lastError.set("Storage error: " + description);
+        lastError.set(std::string(kStorageErrorPrefix) + description);
         Logger::error("Storage failed", description, storageCategory);
     }
 }

@@ -90,6 +90,8 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     Published<double> storageSizeMB{0};
     Published<std::optional<StorageHealth>> storageHealth;
     Published<int64_t> pendingUploadCount{0};
+    // Records in files the collector refused for good, kept aside in upload/rejected/.
+    Published<int64_t> rejectedUploadCount{0};
     Published<std::optional<Date>> lastUploadDate;
     Published<int64_t> lastUploadCount{0};
     Published<int64_t> totalUploadedCount{0};
@@ -146,6 +148,13 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
         int64_t uploaded = 0;
         int64_t failed = 0;
         int64_t filesDeleted = 0;
+        int64_t rejected = 0;  // records in files moved to upload/rejected/
+    };
+    // One file's outcome: records sent, or the records of a refused batch with the refusal.
+    struct FileUpload {
+        int64_t sent = 0;
+        int64_t failed = 0;
+        std::optional<HECFailure> failure;
     };
     using Weak = std::weak_ptr<PerformanceMonitor>;
 
@@ -189,9 +198,11 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     static UploadResult uploadFiles(const Core& core,
                                     const std::vector<std::filesystem::path>& files,
                                     SplunkHECClient& client);
-    static std::pair<int64_t, int64_t> uploadSingleFile(const std::filesystem::path& file,
-                                                        SplunkHECClient& client);
-    void finalizeUpload(int64_t successfulCount, int64_t failedCount, int64_t filesUploaded);
+    static FileUpload uploadSingleFile(const std::filesystem::path& file, SplunkHECClient& client);
+    // Moves a file refused for good out of the queue and logs the collector's answer.
+    static void setAside(const Core& core, const std::filesystem::path& file, int64_t records,
+                         const HECFailure& refusal);
+    void finalizeUpload(const UploadResult& result);
 
     // Wake.
     void setupWakeNotification();

@@ -26,7 +26,8 @@ struct FileStatus {
 
 std::optional<FileStatus> status(const std::filesystem::path& path);
 
-// Makes the folder and its parents when nothing stands at the path yet.
+// Makes the folder and its missing parents, each private to its owner, when nothing stands at
+// the path yet.
 std::error_code makeDirectories(const std::filesystem::path& path);
 
 // Full paths of the folder's entries, in no particular order.

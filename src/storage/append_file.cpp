@@ -17,7 +17,8 @@ std::error_code lastError() {
 }  // namespace
 
 tl::expected<AppendFile, std::error_code> AppendFile::open(const std::filesystem::path& path) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    // O_RDWR: the last byte is read back to find a line torn by a crash.
+    const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode);
     if (fd < 0) return tl::unexpected(lastError());
     struct stat info {};
     if (::fstat(fd, &info) != 0) {
@@ -25,7 +26,25 @@ tl::expected<AppendFile, std::error_code> AppendFile::open(const std::filesystem
         ::close(fd);
         return tl::unexpected(error);
     }
-    return AppendFile(fd, info.st_dev, info.st_ino);
+    AppendFile file(fd, info.st_dev, info.st_ino);
+    // Files made before they were private become private at their next write.
+    if ((info.st_mode & 07777) != kFileMode) (void)::fchmod(fd, kFileMode);
+    if (auto ended = file.endTornLine(info.st_size); !ended) return tl::unexpected(ended.error());
+    return file;
+}
+
+tl::expected<void, std::error_code> AppendFile::endTornLine(off_t size) {
+    if (size < 1) return {};
+    char last = '\n';
+    ssize_t read = -1;
+    do {
+        read = ::pread(fd_, &last, 1, size - 1);
+    } while (read < 0 && errno == EINTR);
+    if (read < 0) return tl::unexpected(lastError());
+    // A crash mid-write leaves a line without its feed; the next line would join it and both
+    // be lost to reading.
+    if (read == 1 && last != '\n') return append("\n");
+    return {};
 }
 
 AppendFile::AppendFile(AppendFile&& other) noexcept
@@ -71,6 +90,12 @@ tl::expected<void, std::error_code> AppendFile::append(std::string_view bytes) {
         return tl::unexpected(error);
     }
     return {};
+}
+
+std::optional<uint64_t> AppendFile::size() const {
+    struct stat info {};
+    if (::fstat(fd_, &info) != 0) return std::nullopt;
+    return static_cast<uint64_t>(info.st_size);
 }
 
 bool AppendFile::isFileAt(const std::filesystem::path& path) const {

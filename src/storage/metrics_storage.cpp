@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include "config/setting_limits.h"
 #include "logging/logger.h"
 #include "platform/file_system.h"
 #include "records/constants.h"
@@ -17,7 +18,7 @@ MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const C
       uploadDirectory_(baseDirectory / Constants::Storage::uploadFolder),
       logsDirectory_(std::move(logsDirectory)),
       clock_(clock),
-      config_(std::move(config)) {
+      config_(withinLimits(std::move(config))) {
     // A disk that refuses now refuses again at the first save, which reports it.
     (void)ensureDirectoriesExist();
 }
@@ -25,8 +26,10 @@ MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const C
 MetricsStorage::~MetricsStorage() = default;
 
 void MetricsStorage::updateConfig(MonitorConfig config) {
+    // Bounded, so that no retention or size can make pruning delete what it must keep.
+    MonitorConfig bounded = withinLimits(std::move(config));
     std::lock_guard lock(fileHandleLock_);
-    config_ = std::move(config);
+    config_ = std::move(bounded);
 }
 
 MonitorConfig MetricsStorage::configCopy() const {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <tl/expected.hpp>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "storage/append_file.h"
 #include "storage/storage_error.h"
 #include "storage/storage_health.h"
+#include "storage/upload_queue_ledger.h"
 
 namespace ostrel {
 
@@ -31,7 +33,9 @@ using AuditDetails = std::vector<std::pair<std::string, std::string>>;
 // to files go under one small lock, reads take none.
 //
 // On disk, under `baseDirectory`: metrics/metrics-<stamp>.jsonl, and upload/pending.jsonl
-// with upload/uploading-<seconds>.jsonl.
+// with upload/uploading-<seconds>.jsonl and the files the collector refused for good in
+// upload/rejected/. The queue and the refused files are held to the same size and age limits
+// as the metric files.
 class MetricsStorage {
   public:
     using Path = std::filesystem::path;
@@ -61,11 +65,21 @@ class MetricsStorage {
     void clearAll();
 
     // --- upload queue ----------------------------------------------------------------------
+    // The size past which the pending file joins the queue without waiting for a cycle: one
+    // queue file is one request, and collectors commonly refuse requests much larger.
+    static constexpr uint64_t kRollBytes = 1024 * 1024;
+
     // Renames a non-empty pending file to uploading-<seconds>.jsonl and returns every queue
     // file to send, earlier leftovers first.
     std::vector<Path> swapPendingFileForUpload();
-    int64_t pendingUploadCount() const;
+    // Records waiting in the queue, and records in refused files; both kept as files come and
+    // go, so a call costs no reading.
+    int64_t pendingUploadCount();
+    int64_t rejectedUploadCount();
     void deleteUploadQueueFile(const Path& file);
+    // Moves a file the collector refused for good out of the queue into upload/rejected/.
+    std::error_code rejectUploadQueueFile(const Path& file);
+    // Removes the queue and the refused files.
     void clearUploadQueue();
 
     // --- reading ---------------------------------------------------------------------------
@@ -99,6 +113,12 @@ class MetricsStorage {
     static constexpr double kBytesPerMB = 1024.0 * 1024.0;
     static constexpr double kHealthCacheValiditySeconds = 30.0;
     static constexpr std::string_view kPendingFilename = "pending.jsonl";
+    static constexpr std::string_view kRejectedFolder = "rejected";
+
+    struct QueueLedgers {
+        UploadQueueLedger waiting;  // pending.jsonl and uploading-<seconds>.jsonl
+        UploadQueueLedger rejected;
+    };
 
     // Makes the folder with its parents unless something stands at the path already.
     static tl::expected<void, StorageError> ensureDirectory(const Path& folder);
@@ -110,12 +130,23 @@ class MetricsStorage {
     Path currentMetricsFileURL();  // caller holds fileHandleLock_
     tl::expected<void, StorageError> appendToCurrentFile(std::string_view line);
     tl::expected<void, StorageError> copyToUploadQueue(std::string_view line);
+    Path rejectedDirectory() const;
+    // The ledgers, counted from the files at the first call; caller holds fileHandleLock_.
+    QueueLedgers& queueLedgers();
+    // Takes the file's lines out of `ledger`; a file it does not know is counted at `now`,
+    // the file's present path.
+    static int64_t takeLines(UploadQueueLedger& ledger, const Path& file, const Path& now);
+    // Renames the pending file to a fresh uploading name, given back in `target`; caller
+    // holds fileHandleLock_.
+    std::error_code rollPendingFile(Path& target);
 
     MonitorConfig configCopy() const;
     std::optional<Path> currentFileCopy() const;
     void pruneIfNeeded();
     void pruneOldestFiles(double targetMB);
     void pruneByAge();
+    // Drops the oldest queue and refused files beyond the size and age limits.
+    void pruneUploadQueue();
 
     template <class Event, class Decode>
     std::vector<Event> loadEvents(std::optional<std::string_view> day, Decode decode) const;
@@ -132,6 +163,7 @@ class MetricsStorage {
     std::optional<Path> currentMetricsFile_;
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
+    std::optional<QueueLedgers> queueLedgers_;
 
     // Guards the health cache only; never taken while fileHandleLock_ is held.
     std::mutex cacheLock_;

@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <time.h>
 
+#include <algorithm>
+
 #include "logging/logger.h"
 #include "platform/file_system.h"
 #include "storage/metrics_storage.h"
@@ -42,6 +44,7 @@ void MetricsStorage::pruneIfNeeded() {
         pruneOldestFiles(0.8 * static_cast<double>(config.maxStorageMB));
     }
     pruneByAge();
+    pruneUploadQueue();
 }
 
 void MetricsStorage::pruneOldestFiles(double targetMB) {
@@ -91,6 +94,59 @@ void MetricsStorage::pruneByAge() {
         invalidateAllCaches();
         logAudit("prune_age", {{"files_deleted", std::to_string(deleted)},
                                {"retention_days", std::to_string(config.retentionDays)}});
+    }
+}
+
+void MetricsStorage::pruneUploadQueue() {
+    const MonitorConfig config = configCopy();
+    struct QueueFile {
+        Path path;
+        uint64_t size = 0;
+        Date created;
+    };
+    // Waiting and refused files alike, oldest name first (the name holds the time); the pending
+    // file counts towards the size but stays, being at most about kRollBytes.
+    std::vector<QueueFile> queue;
+    const auto pending = files::status(uploadDirectory_ / kPendingFilename);
+    uint64_t totalBytes = pending ? pending->size : 0;
+    for (const Path& folder : {uploadDirectory_, rejectedDirectory()}) {
+        const auto entries = files::listDirectory(folder);
+        if (!entries) continue;
+        for (const Path& entry : *entries) {
+            if (!entry.filename().string().starts_with("uploading-")) continue;
+            if (const auto status = files::status(entry)) {
+                queue.push_back({entry, status->size, status->created});
+                totalBytes += status->size;
+            }
+        }
+    }
+    std::sort(queue.begin(), queue.end(), [](const QueueFile& a, const QueueFile& b) {
+        return a.path.filename() < b.path.filename();
+    });
+    const auto limitBytes = static_cast<uint64_t>(config.maxStorageMB) * 1024 * 1024;
+    const auto cutoff = calendarDaysBefore(clock_.now(), config.retentionDays);
+    for (const QueueFile& file : queue) {
+        const bool tooOld = cutoff && file.created < *cutoff;
+        if (!tooOld && totalBytes <= limitBytes) continue;
+        int64_t records = 0;
+        {
+            std::lock_guard lock(fileHandleLock_);
+            QueueLedgers& ledgers = queueLedgers();
+            records = takeLines(
+                file.path.parent_path() == uploadDirectory_ ? ledgers.waiting : ledgers.rejected,
+                file.path, file.path);
+        }
+        // Counted as gone even if the removal fails, so the loop ends; the next check retries.
+        (void)files::remove(file.path);
+        totalBytes -= file.size;
+        const std::string reason = tooOld ? "exceeded_retention_days" : "exceeded_max_storage_mb";
+        Logger::warning(fmt::format("Upload queue beyond its limits: dropped {} with {} unsent "
+                                    "records ({})",
+                                    file.path.filename().string(), records, reason),
+                        Logger::Category::storage);
+        logAudit("prune_upload_queue", {{"file", file.path.filename().string()},
+                                        {"records_dropped", std::to_string(records)},
+                                        {"reason", reason}});
     }
 }
 

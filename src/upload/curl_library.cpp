@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
-
 #include "logging/logger.h"
 
 namespace ostrel {
@@ -42,7 +40,9 @@ tl::expected<CurlLibrary, std::string> load() {
         return tl::unexpected("libcurl is not available: missing " + missing);
     }
     // Global set-up fails only when memory runs out.
-    if (globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) std::abort();
+    if (globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+        Logger::fatal("Out of memory for libcurl's set-up", Logger::Category::network);
+    }
     return library;  // the handle stays open for the life of the process
 }
 

@@ -1,7 +1,8 @@
 #include "upload/curl_transport.h"
 
-#include <cstdlib>
+#include <algorithm>
 
+#include "logging/logger.h"
 #include "upload/curl_library.h"
 
 namespace ostrel {
@@ -44,7 +45,7 @@ CurlTransport::Handle CurlTransport::take() {
         }
     }
     Handle handle(CurlLibrary::get()->easyInit());
-    if (!handle) std::abort();  // out of memory
+    if (!handle) Logger::fatal("Out of memory for an HTTP handle", Logger::Category::network);
     return handle;
 }
 
@@ -69,14 +70,23 @@ tl::expected<HttpResponse, TransportError> CurlTransport::perform(const HttpRequ
     // Without this libcurl would hold back a large body for a 100-continue the collector may
     // never send.
     headersComplete &= headers.add("Expect:");
-    if (!headersComplete) std::abort();  // out of memory
+    if (!headersComplete) {
+        Logger::fatal("Out of memory for HTTP headers", Logger::Category::network);
+    }
 
     HttpResponse response;
     char errorText[CURL_ERROR_SIZE] = {};
     lib.easySetopt(curl, CURLOPT_URL, request.url.c_str());
     lib.easySetopt(curl, CURLOPT_PROTOCOLS_STR, "https");
     lib.easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
-    lib.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+    // libcurl judges a stall by its average speed over the last few seconds, in whole seconds:
+    // a collector gone silent is given up a few seconds after the timeout, one that keeps
+    // moving never. The connection phase has a limit of its own.
+    const long idleSeconds =
+        std::max<long>(1, static_cast<long>((request.idleTimeout.count() + 999) / 1000));
+    lib.easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.idleTimeout.count()));
+    lib.easySetopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    lib.easySetopt(curl, CURLOPT_LOW_SPEED_TIME, idleSeconds);
     lib.easySetopt(curl, CURLOPT_HTTPHEADER, headers.list);
     lib.easySetopt(curl, CURLOPT_ERRORBUFFER, errorText);
     lib.easySetopt(curl, CURLOPT_WRITEFUNCTION, appendToString);

@@ -38,6 +38,28 @@ std::string failureDescription(const HECFailure& failure) {
     return std::visit(Describe{}, failure);
 }
 
+bool isPermanentRefusal(const HECFailure& failure) {
+    if (std::holds_alternative<JsonError>(failure)) return true;
+    const auto* error = std::get_if<HECError>(&failure);
+    if (!error) return false;
+    if (error->kind() == HECError::Kind::httpError) {
+        return error->statusCode() == 400 || error->statusCode() == 413;
+    }
+    if (error->kind() != HECError::Kind::hecRejected) return false;
+    // The collector's documented codes: 5 no data, 6 invalid data format, 12 event field is
+    // required, 13 event field cannot be blank, 15 error in handling indexed fields.
+    switch (error->code()) {
+        case 5:
+        case 6:
+        case 12:
+        case 13:
+        case 15:
+            return true;
+        default:
+            return false;
+    }
+}
+
 std::string connectionTestText(const HECFailure& failure) {
     if (const auto* transport = std::get_if<TransportError>(&failure)) {
         switch (transport->curlCode) {

@@ -52,6 +52,12 @@ using HECFailure = std::variant<HECError, TransportError, JsonError>;
 
 std::string failureDescription(const HECFailure& failure);
 
+// Whether sending the same batch again can only meet the same answer: the collector found the
+// request malformed or too large (HTTP 400, 413), or its data invalid or missing, or a record
+// cannot be encoded at all. Authentication, throttling, the collector's own faults and the
+// network are not: the same batch may pass later.
+bool isPermanentRefusal(const HECFailure& failure);
+
 // The text a connection test shows: a hint for the faults a user can act on, otherwise the
 // failure's own description.
 std::string connectionTestText(const HECFailure& failure);

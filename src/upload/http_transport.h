@@ -14,7 +14,9 @@ struct HttpRequest {
     std::string url;
     std::vector<std::string> headers;  // "Name: value"
     std::string body;
-    std::chrono::milliseconds timeout{0};  // the whole exchange, connection included
+    // The request fails when no byte has moved for this long, in connecting or in transfer; an
+    // exchange that keeps moving may take as long as it needs.
+    std::chrono::milliseconds idleTimeout{0};
 };
 
 struct HttpResponse {

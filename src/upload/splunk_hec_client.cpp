@@ -62,7 +62,7 @@ tl::expected<int, HECFailure> SplunkHECClient::sendBatch(std::span<const HECBatc
         .headers = {fmt::format("Authorization: {} {}", Constants::Splunk::authScheme, token_),
                     fmt::format("Content-Type: {}", Constants::Splunk::contentType)},
         .body = std::move(*body),
-        .timeout = timeouts_.batch};
+        .idleTimeout = timeouts_.batch};
     auto response = session().perform(request);
     if (!response) return tl::unexpected(response.error());
     if (auto verdict = classifyBatchResponse(response->status, response->body); !verdict) {
@@ -78,8 +78,8 @@ tl::expected<void, HECFailure> SplunkHECClient::testConnection() {
     const std::string url = healthURL(endpoint_);
     Logger::info("Testing HEC health endpoint: " + url, kNetwork);
     // The probe carries no token: a healthy collector answers it without one.
-    auto response =
-        session().perform(HttpRequest{.method = "GET", .url = url, .timeout = timeouts_.health});
+    auto response = session().perform(
+        HttpRequest{.method = "GET", .url = url, .idleTimeout = timeouts_.health});
     if (!response) {
         Logger::error("HEC health check failed", response.error().description, kNetwork);
         return tl::unexpected(response.error());

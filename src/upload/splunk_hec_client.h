@@ -16,10 +16,10 @@
 
 namespace ostrel {
 
-// How long a request may take as a whole, connection included.
+// How long a request may go without a byte moving before it fails. They are idle timeouts,
+// not limits on the whole exchange: a large batch to a slow collector that keeps accepting
+// data may take minutes, while a collector that has gone silent is given up after these.
 struct HECTimeouts {
-    // The design allows a batch 30 s per session and 60 s per request; libcurl has one total
-    // timeout, so it takes the smaller.
     std::chrono::milliseconds batch{30'000};
     std::chrono::milliseconds health{5'000};
 };

@@ -164,7 +164,9 @@ TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
                      .captureStartTime = Date(std::chrono::seconds(1795341600)),
                      .lastCollection = Date(std::chrono::seconds(1795341660)),
                      .lastUploadDate = Date(std::chrono::seconds(1795341650)),
-                     .lastUploadCount = 12};
+                     .lastUploadCount = 12,
+                     .rejectedUploadCount = 5,
+                     .lastError = "Failed to upload 3 records"};
     preferences.set("intervalSeconds", 4);
     preferences.set("uploadEnabled", true);
     target.destination = false;
@@ -178,7 +180,9 @@ TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
               "Collection interval: 4s\nDuration limit: 90 minutes\nUI Mode: Full\n"
               "Records collected: 7\nErrors: 1\nStored records: 70\nStorage size: 1.3 MB\n"
               "Upload enabled: Yes\nTotal uploaded: 60\nPending upload: 3\n"
-              "Last upload: 2026-11-22T10:00:50Z (12 records)\n");
+              "Last upload: 2026-11-22T10:00:50Z (12 records)\n"
+              "Refused by collector: 5 records (in upload/rejected)\n"
+              "Last error: Failed to upload 3 records\n");
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "records/record_json.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
@@ -25,8 +27,13 @@ TEST(ConfigurationManagerTest, StoredValuesAreTakenDroppedOrClampedByTheirKeysRu
         {"alertCPUThreshold", {{150, 90}, {0, 90}, {100, 100}}},
         {"alertMemoryPressureLevel", {{3, 4}, {5, 4}, {-1, 4}, {0, 0}}},
         {"alertSustainedSeconds", {{0, 0}, {4000, 3600}, {-1, 0}}},
-        {"captureDurationMinutes", {{-3, 0}}},
-        {"maxStorageMB", {{0, 500}}},
+        // Values that overflowed clock or calendar arithmetic stop at a bound a user never meets.
+        {"captureDurationMinutes", {{-3, 0}, {200'000'000, 527'040}, {1e300, 527'040}}},
+        {"uploadIntervalMinutes",
+         {{int64_t{153'722'868}, 10'080}, {"9999999999999999999", 10'080}}},
+        {"alertCooldownMinutes", {{std::numeric_limits<int64_t>::max(), 10'080}}},
+        {"retentionDays", {{int64_t{3'000'000'000}, 3660}, {int64_t{4'294'967'295}, 3660}}},
+        {"maxStorageMB", {{0, 500}, {std::numeric_limits<int64_t>::max(), 1'048'576}}},
         {"rotationPolicy", {{"Hourly", "daily"}, {"hourly", "hourly"}}},
         {"splunkIndex", {{"", ""}}},
         {"sourcetype", {{42, "42"}}},

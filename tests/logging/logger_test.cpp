@@ -83,6 +83,33 @@ TEST_F(LoggerTest, FlushWritesWhatWaitsAndLeavesTheLoggerUsable) {
     EXPECT_EQ(readFile(log), line("[ERROR] [general] ❌ one") + line("[ERROR] [general] ❌ two"));
 }
 
+// The cause of a fatal end is in the file, not lost with the buffer. The child is a fresh
+// run of this test (a forked one would lack the logger's writing thread), so it is told where
+// this run's log is, and lets its own folder go.
+TEST_F(LoggerTest, FatalErrorsAndUncaughtExceptionsReachTheFileBeforeTheEnd) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setenv("OSTREL_TEST_FATAL_LOG", log.c_str(), 0);
+    const auto intoParentsLog = [this] {
+        fs::remove_all(dir.path());
+        Logger::setLogFile(std::getenv("OSTREL_TEST_FATAL_LOG"), clock);
+    };
+    EXPECT_DEATH(
+        {
+            intoParentsLog();
+            Logger::fatal("A period overflows the clock", Category::collection);
+        },
+        "");
+    EXPECT_EQ(readFile(log), line("[FAULT] [collection] A period overflows the clock"));
+    EXPECT_DEATH(
+        {
+            intoParentsLog();
+            Logger::initializeLogFile();
+            std::thread([] { throw std::runtime_error("boom"); }).join();
+        },
+        "");
+    EXPECT_TRUE(readFile(log).ends_with(line("[FAULT] [general] Uncaught exception: boom")));
+}
+
 TEST_F(LoggerTest, MessagesFromManyThreadsArriveWhole) {
     constexpr int kThreads = 4;
     constexpr int kEach = 250;

@@ -92,6 +92,57 @@ TEST_F(UploadTest, ARefusedFileAndAllLaterOnesStayUntilTheNextCycleAndNothingGoe
     EXPECT_EQ(monitor->totalUploadedCount.get(), 6);
 }
 
+// A file that retrying cannot help goes aside and the pass goes on; a refusal that may pass
+// later (a token, a busy collector) still ends the pass. A cycle still running holds the timer's
+// next one back, so nothing is listed and sent twice.
+TEST_F(UploadTest, RefusedForGoodIsSetAsideAndCyclesNeverOverlap) {
+    build();
+    MonitorConfig config = uploadingTo(server);
+    config.uploadIntervalMinutes = 1;
+    config.storageEnabled = false;  // only the files below are in the queue
+    monitor->configure(config);
+    const auto first = queueFile("uploading-100.jsonl", {sampleLine(1)});
+    const std::string refusedLines = sampleLine(2) + "\n" + sampleLine(3) + "\n";
+    queueFile("uploading-200.jsonl", {sampleLine(2), sampleLine(3)});
+    const auto last = queueFile("uploading-300.jsonl", {sampleLine(4)});
+    transport->afterPost = [&](int post) {
+        if (post == 1) {
+            server.answerWith(400, R"({"text":"Invalid data format","code":6})");
+            // The timer fires while this cycle is still out.
+            monitor->performUpload();
+            EXPECT_TRUE(monitor->isUploading.get());
+        }
+        if (post == 2) server.answerAsCollector();
+    };
+    monitor->start();
+    dispatcher.advance(61s);
+    finishCycle();
+
+    EXPECT_EQ(server.events().size(), 2u);
+    EXPECT_EQ(server.exchanges().size(), 3u) << "one cycle, each file once";
+    EXPECT_FALSE(std::filesystem::exists(first));
+    EXPECT_FALSE(std::filesystem::exists(last));
+    EXPECT_EQ(readFile(dir / "data/upload/rejected/uploading-200.jsonl"), refusedLines);
+    EXPECT_EQ(log.matching("Collector refused uploading-200.jsonl (2 records) for good, moved to "
+                           "upload/rejected/: HTTP 400: {\"text\":\"Invalid data format\"")
+                  .size(),
+              1u);
+    ASSERT_EQ(audits("upload").size(), 1u);
+    EXPECT_TRUE(audits("upload")[0].ends_with("records_rejected=2"));
+    EXPECT_EQ(monitor->rejectedUploadCount.get(), 2);
+    EXPECT_EQ(monitor->lastError.get(), "Collector refused 2 records; kept in upload/rejected");
+
+    transport->afterPost = {};
+    const auto blocked = queueFile("uploading-400.jsonl", {sampleLine(5)});
+    const auto behind = queueFile("uploading-500.jsonl", {sampleLine(6)});
+    server.answerWith(403, R"({"text":"Invalid token","code":4})");
+    dispatcher.advance(60s);
+    finishCycle();
+    EXPECT_TRUE(std::filesystem::exists(blocked));
+    EXPECT_TRUE(std::filesystem::exists(behind));
+    EXPECT_EQ(monitor->lastError.get(), "Failed to upload 1 records");
+}
+
 TEST_F(UploadTest, WithoutAClientOrWithUploadOffNothingIsTakenFromTheQueue) {
     build();
     monitor->uploadNow();

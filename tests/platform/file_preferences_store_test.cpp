@@ -130,6 +130,15 @@ TEST_F(FilePreferencesStoreTest, AnUnreadableFileReadsEmptyIsLoggedOnceAndKeptAs
     store.set("b", 2);
     EXPECT_EQ(readFile(kept + "-2"), "[]");
     EXPECT_EQ(log.matching("Ignoring preferences file").size(), 2u);
+
+    // Only the newest three copies stay: each may hold the token.
+    for (const char* broken : {"{", "[1"}) {
+        clock.advance(std::chrono::seconds(1));
+        dir.write(user, broken);
+        store.set("c", 3);
+    }
+    EXPECT_FALSE(std::filesystem::exists(kept));
+    EXPECT_EQ(readFile(kept + "-2"), "[]");
 }
 
 TEST_F(FilePreferencesStoreTest, ConcurrentWritersNeverLoseEachOthersKeys) {

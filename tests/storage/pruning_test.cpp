@@ -96,6 +96,41 @@ TEST_F(Pruning, AgeGoesByTheFileNotItsName) {
               std::vector<std::string>{"[prune_age] files_deleted=2, retention_days=1"});
 }
 
+// An outage of any length cannot fill the disk: the queue and the refused files are held to the
+// metric files' limits, oldest first, each dropped file with an audit entry and a warning.
+TEST_F(Pruning, UploadQueueAndRefusedFilesStayWithinTheSameLimits) {
+    testing::ManualClock later(std::chrono::system_clock::now());
+    MetricsStorage storage({.maxStorageMB = 1, .retentionDays = 1, .uploadEnabled = true},
+                           dir / "data", later, dir / "logs");
+    std::string lines;
+    int64_t perFile = 0;
+    for (; lines.size() < 400 * 1024; ++perFile)
+        lines += testing::line(sample("q", static_cast<int>(perFile)));
+    for (const char* name : {"uploading-100.jsonl", "uploading-200.jsonl", "uploading-300.jsonl"})
+        dir.write(upload(name), lines);
+    ASSERT_FALSE(storage.rejectUploadQueueFile(upload("uploading-200.jsonl")));
+    EXPECT_EQ(storage.pendingUploadCount(), 2 * perFile);
+    EXPECT_EQ(storage.rejectedUploadCount(), perFile);
+
+    saveTen(storage);  // 1.2 MiB in all: the oldest file goes
+    EXPECT_EQ(log.matching("[prune_upload_queue]"),
+              std::vector<std::string>{fmt::format("[prune_upload_queue] file=uploading-100.jsonl, "
+                                                   "records_dropped={}, "
+                                                   "reason=exceeded_max_storage_mb",
+                                                   perFile)});
+    EXPECT_EQ(log.matching("Upload queue beyond its limits: dropped uploading-100.jsonl").size(),
+              1u);
+    EXPECT_EQ(storage.pendingUploadCount(), perFile + 10);
+
+    // Past the retention the rest goes, refused files included; the pending file stays.
+    later.advance(25h);
+    saveTen(storage);
+    EXPECT_EQ(log.matching("reason=exceeded_retention_days").size(), 2u);
+    EXPECT_EQ(storage.pendingUploadCount(), 20);
+    EXPECT_EQ(storage.rejectedUploadCount(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(dir / "data/upload/rejected"));
+}
+
 TEST_F(Pruning, ClearAllRemovesMetricFilesAndQueueAndStartsAfresh) {
     auto storage = make({.uploadEnabled = true});
     storage.clearAll();

@@ -91,10 +91,10 @@ TEST_F(StorageWrite, HandleFollowsRotationAndChangesFromOutside) {
 
 // Samples skipped while storage is off, failed samples and events do not count.
 TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
-    // A limit of 0 makes every check announce itself.
-    MonitorConfig config{.maxStorageMB = 0, .uploadEnabled = true};
+    // Over the limit with only the current file, which stays: every check announces itself.
+    MonitorConfig config{.maxStorageMB = 1, .uploadEnabled = true};
     auto storage = make(config);
-    const auto checks = [&] { return log.matching("exceeds max 0MB, pruning").size(); };
+    const auto checks = [&] { return log.matching("exceeds max 1MB, pruning").size(); };
     const auto saveSamples = [&](const char* writer, int count) {
         for (int i = 0; i < count; ++i)
             ASSERT_TRUE(storage.save(sample(writer, i)));
@@ -109,6 +109,7 @@ TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
     EXPECT_EQ(linesOf(upload("pending.jsonl")).size(), 5u);
     config.storageEnabled = true;
     storage.updateConfig(config);
+    std::filesystem::resize_file(today(), 2 * 1024 * 1024);
     SystemMetrics broken = sample("nan", 0);
     broken.cpu->loadPercent = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(storage.save(broken).error().kind, StorageError::Kind::encodingFailed);
@@ -120,6 +121,58 @@ TEST_F(StorageWrite, PruneCheckRunsOnEveryTenthSavedSample) {
     EXPECT_EQ(checks(), 1u);
     saveSamples("a", 10);
     EXPECT_EQ(checks(), 2u);
+}
+
+// After a crash mid-write the next line must not be glued onto the torn one. Files and the
+// folders the store makes are its owner's alone: they name processes, users and hosts.
+TEST_F(StorageWrite, TornLastLineIsEndedBeforeTheNextAppendAndFilesArePrivate) {
+    dir.write(today(), testing::line(sample("a", 1)) + R"({"timestamp":"2026-11)");
+    dir.write(upload("pending.jsonl"), R"({"torn)");
+    auto storage = make({.uploadEnabled = true});
+    ASSERT_TRUE(storage.save(sample("a", 2)));
+    EXPECT_EQ(testing::hosts(*MetricsStorage::loadMetricsFromFile(today())),
+              (std::vector<std::string>{"a-1", "a-2"}));
+    const std::string second = testing::line(sample("a", 2));
+    EXPECT_EQ(testing::readFile(upload("pending.jsonl")), "{\"torn\n" + second);
+
+    namespace fs = std::filesystem;
+    const auto mode = [](const fs::path& path) { return fs::status(path).permissions(); };
+    EXPECT_EQ(mode(today()), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(mode(upload("pending.jsonl")), fs::perms::owner_read | fs::perms::owner_write);
+    MetricsStorage fresh(MonitorConfig{}, dir / "fresh/data", clock, dir / "fresh/logs");
+    for (const char* folder : {"fresh", "fresh/data", "fresh/data/metrics", "fresh/logs"})
+        EXPECT_EQ(mode(dir / folder), fs::perms::owner_all) << folder;
+}
+
+// One queue file is one request: the pending file joins the queue once it passes 1 MiB, and
+// the count of waiting records is kept without reading the queue again.
+TEST_F(StorageWrite, PendingFileJoinsTheQueueAtOneMebibyteAndTheCountIsKept) {
+    auto storage = make({.uploadEnabled = true});
+    SystemMetrics big = sample("a", 0);
+    big.hostname = std::string(4000, 'h');
+    const uint64_t lineBytes = testing::line(big).size();
+    const int saves = static_cast<int>(2.5 * MetricsStorage::kRollBytes / lineBytes);
+    for (int i = 0; i < saves; ++i) {
+        clock.advance(1s);
+        ASSERT_TRUE(storage.save(big));
+    }
+    auto queue = storage.swapPendingFileForUpload();
+    ASSERT_EQ(queue.size(), 3u);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_GE(std::filesystem::file_size(queue[i]), MetricsStorage::kRollBytes);
+        EXPECT_LT(std::filesystem::file_size(queue[i]), MetricsStorage::kRollBytes + lineBytes);
+    }
+    EXPECT_EQ(storage.pendingUploadCount(), saves);
+    EXPECT_EQ(make().pendingUploadCount(), saves) << "a fresh count from the files agrees";
+
+    const int64_t firstLines = static_cast<int64_t>(linesOf(queue[0]).size());
+    storage.deleteUploadQueueFile(queue[0]);
+    ASSERT_FALSE(storage.rejectUploadQueueFile(queue[1]));
+    EXPECT_TRUE(std::filesystem::exists(upload("rejected") / queue[1].filename()));
+    EXPECT_EQ(storage.pendingUploadCount(), static_cast<int64_t>(linesOf(queue[2]).size()));
+    EXPECT_EQ(storage.rejectedUploadCount(), saves - firstLines - storage.pendingUploadCount());
+    storage.clearUploadQueue();
+    EXPECT_EQ(storage.pendingUploadCount() + storage.rejectedUploadCount(), 0);
 }
 
 TEST_F(StorageWrite, FolderThatCannotBeMadeFailsEachSaveWithTheReason) {

@@ -139,6 +139,16 @@ class RequestReader {
     std::string buffer_;
 };
 
+// The whole answer at once, or a byte at a time with `pause` before each.
+bool writeAnswer(RequestReader& reader, std::string_view bytes, std::chrono::milliseconds pause) {
+    if (pause == pause.zero()) return reader.write(bytes);
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        std::this_thread::sleep_for(pause);
+        if (!reader.write(bytes.substr(i, 1))) return false;
+    }
+    return true;
+}
+
 bool keepsAlive(const HecRequest& request) {
     const auto connection = request.header("Connection");
     return !connection || strcasecmp(connection->c_str(), "close") != 0;
@@ -241,7 +251,12 @@ void HecTestServer::serve(int socket) {
                                      "\r\nContent-Length: " + std::to_string(answer->body.size()) +
                                      "\r\nX-Content-Type-Options: nosniff\r\nVary: Authorization"
                                      "\r\nConnection: Keep-Alive\r\n\r\n";
-            if (!reader.write(head + answer->body) || !keepsAlive(*request)) break;
+            std::chrono::milliseconds pause;
+            {
+                std::lock_guard lock(mutex_);
+                pause = pauseBetweenBytes_;
+            }
+            if (!writeAnswer(reader, head + answer->body, pause) || !keepsAlive(*request)) break;
         }
         SSL_shutdown(ssl);
     }
@@ -285,6 +300,7 @@ void HecTestServer::setBehaviour(Behaviour behaviour, HecAnswer fixed) {
         std::lock_guard lock(mutex_);
         behaviour_ = behaviour;
         fixedAnswer_ = std::move(fixed);
+        pauseBetweenBytes_ = std::chrono::milliseconds(0);
     }
     behaviourChanged_.notify_all();
 }
@@ -297,6 +313,11 @@ void HecTestServer::answerAsBusyCollector() {
 }
 void HecTestServer::stall() {
     setBehaviour(Behaviour::stall);
+}
+void HecTestServer::answerSlowly(std::chrono::milliseconds pause) {
+    setBehaviour(Behaviour::collector);
+    std::lock_guard lock(mutex_);
+    pauseBetweenBytes_ = pause;
 }
 
 void HecTestServer::answerWith(int status, std::string body) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -45,6 +46,9 @@ class HecTestServer {
     void answerWithProxyPage();
     // Requests are read and never answered, until the behaviour changes or the server stops.
     void stall();
+    // Answers as the collector, one byte at a time with `pause` between bytes: slow, but never
+    // idle for longer than `pause`.
+    void answerSlowly(std::chrono::milliseconds pause);
 
     std::vector<Exchange> exchanges() const;
     // The events of every accepted post, in the order they arrived.
@@ -72,6 +76,7 @@ class HecTestServer {
     std::condition_variable behaviourChanged_;
     Behaviour behaviour_ = Behaviour::collector;
     HecAnswer fixedAnswer_;
+    std::chrono::milliseconds pauseBetweenBytes_{0};
     bool stopping_ = false;
     int accepted_ = 0;
     std::vector<int> openSockets_;

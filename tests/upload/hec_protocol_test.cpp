@@ -142,5 +142,28 @@ TEST(HecError, TextsAreTheOnesTheUserSees) {
         EXPECT_EQ(connectionTestText(failure), text);
 }
 
+// Only an answer that the same batch would meet again sets a file aside; anything a new token,
+// a quieter collector or the network could change keeps the file in the queue.
+TEST(HecError, PermanentRefusalsAreThoseRetryingCannotChange) {
+    const std::pair<HECFailure, bool> cases[] = {
+        {HECError::httpError(400, R"({"text":"Invalid data format","code":6})"), true},
+        {HECError::httpError(413, "Content too large"), true},
+        {HECError::hecRejected(5, "No data"), true},
+        {HECError::hecRejected(6, "Invalid data format"), true},
+        {HECError::hecRejected(13, "Event field cannot be blank"), true},
+        {JsonError{JsonError::Kind::nonFiniteNumber, "load"}, true},
+        {HECError::httpError(401, "Token is required"), false},
+        {HECError::httpError(403, "Invalid token"), false},
+        {HECError::httpError(429, "Too many requests"), false},
+        {HECError::httpError(503, "Server is busy"), false},
+        {HECError::hecRejected(9, "Server is busy"), false},
+        {HECError::hecRejected(-1, "Non-JSON response: <html>"), false},
+        {HECError::invalidResponse(), false},
+        {TransportError{CURLE_OPERATION_TIMEDOUT, "timed out"}, false},
+    };
+    for (const auto& [failure, permanent] : cases)
+        EXPECT_EQ(isPermanentRefusal(failure), permanent) << failureDescription(failure);
+}
+
 }  // namespace
 }  // namespace ostrel

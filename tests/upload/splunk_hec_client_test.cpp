@@ -69,7 +69,7 @@ TEST_F(SplunkHECClientTest, TestCollectorAnswersWithTheCollectorsCodes) {
              .url = server.url(path),
              .headers = header.empty() ? std::vector<std::string>{} : std::vector{header},
              .body = std::move(body),
-             .timeout = 5s});
+             .idleTimeout = 5s});
         EXPECT_TRUE(response) << response.error().description;
         return response.value_or(HttpResponse{});
     };
@@ -95,7 +95,7 @@ TEST_F(SplunkHECClientTest, TestCollectorAnswersWithTheCollectorsCodes) {
     EXPECT_TRUE(server.events().empty());
     EXPECT_EQ(post(event, auth, "/services/other").status, 404);
     const auto health = transport.perform(
-        {.method = "GET", .url = server.url("/services/collector/health/1.0"), .timeout = 5s});
+        {.method = "GET", .url = server.url("/services/collector/health/1.0"), .idleTimeout = 5s});
     EXPECT_EQ(health->body, R"({"text":"HEC is healthy","code":17})");
 
     // One object after another, with braces and quotes inside strings.
@@ -229,8 +229,15 @@ TEST_F(SplunkHECClientTest, CertificatesAreCheckedUnlessTurnedOffWhichIsAnnounce
               2u);
 }
 
-TEST_F(SplunkHECClientTest, StalledOrAbsentCollectorEndsInATransportError) {
-    auto hec = client(false, {}, {.batch = 300ms, .health = 300ms});
+// The timeouts are idle timeouts: an answer that takes twice the timeout, but never pauses for
+// long, arrives; one that never moves fails.
+TEST_F(SplunkHECClientTest, SlowButMovingCollectorSucceedsStalledOrAbsentOneTimesOut) {
+    auto hec = client(false, {}, {.batch = 1s, .health = 1s});
+    server.answerSlowly(10ms);  // about 200 bytes of answer: 2 s in all
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(hec->sendBatch(QueueFile(3).entries), 3);
+    EXPECT_GT(std::chrono::steady_clock::now() - started, 1500ms);
+
     server.stall();
     const auto sent = hec->sendBatch(QueueFile(1).entries);
     ASSERT_FALSE(sent);

@@ -5,9 +5,11 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <tl/expected.hpp>
+#include <vector>
 
 #include "logging/logger.h"
 #include "platform/linux/preferences_json.h"
@@ -42,6 +44,24 @@ std::string fileStamp(Date date) {
     return std::string(text, length);
 }
 
+// Copies set aside may hold the token, and a file broken again and again would pile them up:
+// the newest few are enough to find out what went wrong.
+constexpr size_t kCorruptCopiesKept = 3;
+
+void dropOldCorruptCopies(const std::filesystem::path& path) {
+    const std::string prefix = path.filename().string() + ".corrupt-";
+    std::vector<std::filesystem::path> copies;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(path.parent_path(), error)) {
+        if (entry.path().filename().string().starts_with(prefix)) copies.push_back(entry.path());
+    }
+    if (copies.size() <= kCorruptCopiesKept) return;
+    // The stamp in the name sorts by time.
+    std::sort(copies.begin(), copies.end());
+    for (size_t i = 0; i + kCorruptCopiesKept < copies.size(); ++i)
+        std::filesystem::remove(copies[i], error);
+}
+
 // Moves a file that could not be read out of the way under a new name, so that replacing it
 // loses nothing. Runs under the write lock, so no other writer picks the same name.
 Result keepAside(const std::filesystem::path& path, Date now) {
@@ -53,6 +73,7 @@ Result keepAside(const std::filesystem::path& path, Date now) {
     if (::rename(path.c_str(), name.c_str()) != 0) return fileFailure("cannot set aside", path);
     Logger::warning(fmt::format("Kept unreadable preferences file as {}", name),
                     Logger::Category::general);
+    dropOldCorruptCopies(path);
     return {};
 }
 

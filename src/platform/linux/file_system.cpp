@@ -65,11 +65,14 @@ std::optional<FileStatus> status(const std::filesystem::path& path) {
 }
 
 std::error_code makeDirectories(const std::filesystem::path& path) {
-    std::error_code error;
     struct stat info {};
-    if (::stat(path.c_str(), &info) == 0) return error;
-    std::filesystem::create_directories(path, error);
-    return error;
+    if (::stat(path.c_str(), &info) == 0) return {};
+    if (path.has_parent_path() && path.parent_path() != path) {
+        if (auto error = makeDirectories(path.parent_path())) return error;
+    }
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+        return {errno, std::generic_category()};
+    return {};
 }
 
 tl::expected<std::vector<std::filesystem::path>, std::error_code> listDirectory(

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <thread>
 
 #include "logging/logger.h"
@@ -36,8 +35,7 @@ class PipeTerminationSignals final : public TerminationSignals {
         : handler_(std::move(handler)) {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) {
-            Logger::error("Cannot watch termination signals: no pipe", Logger::Category::general);
-            std::abort();
+            Logger::fatal("Cannot watch termination signals: no pipe", Logger::Category::general);
         }
         readEnd_ = UniqueFd(ends[0]);
         writeEnd_ = UniqueFd(ends[1]);
