@@ -133,9 +133,15 @@ class MetricsStorage {
     Path rejectedDirectory() const;
     // The ledgers, counted from the files at the first call; caller holds fileHandleLock_.
     QueueLedgers& queueLedgers();
-    // Takes the file's lines out of `ledger`; a file it does not know is counted at `now`,
-    // the file's present path.
-    static int64_t takeLines(UploadQueueLedger& ledger, const Path& file, const Path& now);
+    // The lines and size of a file, read from it.
+    static UploadQueueLedger::Entry measure(const Path& file);
+    // Takes the file out of `ledger`; a file it does not know is measured at `now`, the
+    // file's present path.
+    static UploadQueueLedger::Entry take(UploadQueueLedger& ledger, const Path& file,
+                                         const Path& now);
+    // The oldest file of the queue or of the refused ones, by name; never the pending file.
+    // Caller holds fileHandleLock_.
+    std::optional<Path> oldestQueueFile();
     // Renames the pending file to a fresh uploading name, given back in `target`; caller
     // holds fileHandleLock_.
     std::error_code rollPendingFile(Path& target);

@@ -2,8 +2,6 @@
 #include <fmt/format.h>
 #include <time.h>
 
-#include <algorithm>
-
 #include "logging/logger.h"
 #include "platform/file_system.h"
 #include "storage/metrics_storage.h"
@@ -99,53 +97,45 @@ void MetricsStorage::pruneByAge() {
 
 void MetricsStorage::pruneUploadQueue() {
     const MonitorConfig config = configCopy();
-    struct QueueFile {
-        Path path;
-        uint64_t size = 0;
-        Date created;
-    };
-    // Waiting and refused files alike, oldest name first (the name holds the time); the pending
-    // file counts towards the size but stays, being at most about kRollBytes.
-    std::vector<QueueFile> queue;
-    const auto pending = files::status(uploadDirectory_ / kPendingFilename);
-    uint64_t totalBytes = pending ? pending->size : 0;
-    for (const Path& folder : {uploadDirectory_, rejectedDirectory()}) {
-        const auto entries = files::listDirectory(folder);
-        if (!entries) continue;
-        for (const Path& entry : *entries) {
-            if (!entry.filename().string().starts_with("uploading-")) continue;
-            if (const auto status = files::status(entry)) {
-                queue.push_back({entry, status->size, status->created});
-                totalBytes += status->size;
-            }
-        }
-    }
-    std::sort(queue.begin(), queue.end(), [](const QueueFile& a, const QueueFile& b) {
-        return a.path.filename() < b.path.filename();
-    });
     const auto limitBytes = static_cast<uint64_t>(config.maxStorageMB) * 1024 * 1024;
     const auto cutoff = calendarDaysBefore(clock_.now(), config.retentionDays);
-    for (const QueueFile& file : queue) {
-        const bool tooOld = cutoff && file.created < *cutoff;
-        if (!tooOld && totalBytes <= limitBytes) continue;
-        int64_t records = 0;
+    // Oldest first, from the ledgers: the usual check costs one look at the oldest file, not a
+    // listing of the queue. Names hold the time, so once the oldest is young enough and the
+    // size fits, nothing else is due.
+    for (;;) {
+        std::optional<Path> oldest;
+        bool overSize = false;
+        {
+            std::lock_guard lock(fileHandleLock_);
+            oldest = oldestQueueFile();
+            const QueueLedgers& ledgers = queueLedgers();
+            overSize = ledgers.waiting.total().bytes + ledgers.rejected.total().bytes > limitBytes;
+        }
+        if (!oldest) return;
+        const auto status = files::status(*oldest);
+        const bool tooOld = cutoff && status && status->created < *cutoff;
+        if (status && !tooOld && !overSize) return;
+        UploadQueueLedger::Entry dropped;
         {
             std::lock_guard lock(fileHandleLock_);
             QueueLedgers& ledgers = queueLedgers();
-            records = takeLines(
-                file.path.parent_path() == uploadDirectory_ ? ledgers.waiting : ledgers.rejected,
-                file.path, file.path);
+            dropped =
+                take(oldest->parent_path() == uploadDirectory_ ? ledgers.waiting : ledgers.rejected,
+                     *oldest, *oldest);
         }
-        // Counted as gone even if the removal fails, so the loop ends; the next check retries.
-        (void)files::remove(file.path);
-        totalBytes -= file.size;
+        // Gone from outside: only the ledger had it.
+        if (!status) continue;
+        // Out of the ledger even if the removal fails, so the loop ends; a file that stays is
+        // counted again at the next start.
+        (void)files::remove(*oldest);
+        const std::string name = oldest->filename().string();
         const std::string reason = tooOld ? "exceeded_retention_days" : "exceeded_max_storage_mb";
         Logger::warning(fmt::format("Upload queue beyond its limits: dropped {} with {} unsent "
                                     "records ({})",
-                                    file.path.filename().string(), records, reason),
+                                    name, dropped.lines, reason),
                         Logger::Category::storage);
-        logAudit("prune_upload_queue", {{"file", file.path.filename().string()},
-                                        {"records_dropped", std::to_string(records)},
+        logAudit("prune_upload_queue", {{"file", name},
+                                        {"records_dropped", std::to_string(dropped.lines)},
                                         {"reason", reason}});
     }
 }

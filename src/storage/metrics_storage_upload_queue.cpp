@@ -40,9 +40,16 @@ MetricsStorage::Path MetricsStorage::rejectedDirectory() const {
     return uploadDirectory_ / kRejectedFolder;
 }
 
-int64_t MetricsStorage::takeLines(UploadQueueLedger& ledger, const Path& file, const Path& now) {
-    // A file put in the queue from outside after the first count is counted where it is now.
-    return ledger.contains(file) ? ledger.remove(file) : files::countLines(now);
+UploadQueueLedger::Entry MetricsStorage::measure(const Path& file) {
+    const auto status = files::status(file);
+    return {files::countLines(file), status ? status->size : 0};
+}
+
+UploadQueueLedger::Entry MetricsStorage::take(UploadQueueLedger& ledger, const Path& file,
+                                              const Path& now) {
+    // A file put in the queue from outside after the first count is measured where it is now.
+    if (auto entry = ledger.remove(file)) return *entry;
+    return measure(now);
 }
 
 MetricsStorage::QueueLedgers& MetricsStorage::queueLedgers() {
@@ -50,11 +57,11 @@ MetricsStorage::QueueLedgers& MetricsStorage::queueLedgers() {
     // Counted once, at the first use: the one time the whole queue is read.
     QueueLedgers& ledgers = queueLedgers_.emplace();
     const Path pending = uploadDirectory_ / kPendingFilename;
-    ledgers.waiting.add(pending, files::countLines(pending));
+    ledgers.waiting.add(pending, measure(pending));
     for (const Path& file : listed(uploadDirectory_, isUploadingFile))
-        ledgers.waiting.add(file, files::countLines(file));
+        ledgers.waiting.add(file, measure(file));
     for (const Path& file : listed(rejectedDirectory(), metric_lines::isJsonl))
-        ledgers.rejected.add(file, files::countLines(file));
+        ledgers.rejected.add(file, measure(file));
     return ledgers;
 }
 
@@ -84,7 +91,7 @@ tl::expected<void, StorageError> MetricsStorage::copyToUploadQueue(std::string_v
     if (auto written = file->append(line); !written) {
         return tl::unexpected(StorageError::fileSystem(written.error(), pending));
     }
-    waiting.add(pending, 1);
+    waiting.add(pending, {1, line.size()});
     // One file is one request: past this size it joins the queue at once, so that no request
     // is larger than collectors commonly accept. A failed roll is tried again at the next line.
     if (file->size().value_or(0) >= kRollBytes) {
@@ -116,14 +123,22 @@ std::vector<MetricsStorage::Path> MetricsStorage::swapPendingFileForUpload() {
     return queue;
 }
 
+std::optional<MetricsStorage::Path> MetricsStorage::oldestQueueFile() {
+    const QueueLedgers& ledgers = queueLedgers();
+    const auto waiting = ledgers.waiting.first(isUploadingFile);
+    const auto rejected = ledgers.rejected.first([](const Path&) { return true; });
+    if (!waiting || !rejected) return waiting ? waiting : rejected;
+    return rejected->filename() < waiting->filename() ? rejected : waiting;
+}
+
 int64_t MetricsStorage::pendingUploadCount() {
     std::lock_guard lock(fileHandleLock_);
-    return queueLedgers().waiting.total();
+    return queueLedgers().waiting.total().lines;
 }
 
 int64_t MetricsStorage::rejectedUploadCount() {
     std::lock_guard lock(fileHandleLock_);
-    return queueLedgers().rejected.total();
+    return queueLedgers().rejected.total().lines;
 }
 
 void MetricsStorage::deleteUploadQueueFile(const Path& file) {
@@ -142,7 +157,7 @@ std::error_code MetricsStorage::rejectUploadQueueFile(const Path& file) {
     std::lock_guard lock(fileHandleLock_);
     QueueLedgers& ledgers = queueLedgers();  // counted before the move, so it counts once
     if (auto error = files::renameNoReplace(file, target)) return error;
-    ledgers.rejected.add(target, takeLines(ledgers.waiting, file, target));
+    ledgers.rejected.add(target, take(ledgers.waiting, file, target));
     return {};
 }
 
