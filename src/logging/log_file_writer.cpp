@@ -22,7 +22,10 @@ bool fileExists(const std::filesystem::path& path) {
 
 // Appending needs the file to be there: a deleted file is made anew only by replaceFile.
 int openForAppend(const std::filesystem::path& path) {
-    return ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    // A log made before logs were private becomes private at its next write.
+    if (fd >= 0) (void)::fchmod(fd, kPrivateFile);
+    return fd;
 }
 
 // The file afterwards holds `bytes` alone.

@@ -30,6 +30,9 @@ std::optional<FileStatus> status(const std::filesystem::path& path);
 // the path yet.
 std::error_code makeDirectories(const std::filesystem::path& path);
 
+// Makes an existing folder private to its owner, as folders made before that rule are not.
+std::error_code restrictToOwner(const std::filesystem::path& folder);
+
 // Full paths of the folder's entries, in no particular order.
 tl::expected<std::vector<std::filesystem::path>, std::error_code> listDirectory(
     const std::filesystem::path& path);

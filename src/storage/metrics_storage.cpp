@@ -21,6 +21,10 @@ MetricsStorage::MetricsStorage(MonitorConfig config, Path baseDirectory, const C
       config_(withinLimits(std::move(config))) {
     // A disk that refuses now refuses again at the first save, which reports it.
     (void)ensureDirectoriesExist();
+    // Folders of earlier versions were readable by all; what they hold names processes, users
+    // and hosts.
+    for (const Path& folder : {baseDirectory, metricsDirectory_, uploadDirectory_, logsDirectory_})
+        (void)files::restrictToOwner(folder);
 }
 
 MetricsStorage::~MetricsStorage() = default;

@@ -139,8 +139,10 @@ TEST_F(StorageWrite, TornLastLineIsEndedBeforeTheNextAppendAndFilesArePrivate) {
     const auto mode = [](const fs::path& path) { return fs::status(path).permissions(); };
     EXPECT_EQ(mode(today()), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(mode(upload("pending.jsonl")), fs::perms::owner_read | fs::perms::owner_write);
+    // Folders made now, and folders an earlier version left readable by all.
     MetricsStorage fresh(MonitorConfig{}, dir / "fresh/data", clock, dir / "fresh/logs");
-    for (const char* folder : {"fresh", "fresh/data", "fresh/data/metrics", "fresh/logs"})
+    for (const char* folder : {"fresh", "fresh/data", "fresh/data/metrics", "fresh/logs", "data",
+                               "data/metrics", "data/upload", "logs"})
         EXPECT_EQ(mode(dir / folder), fs::perms::owner_all) << folder;
 }
 

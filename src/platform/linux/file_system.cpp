@@ -75,6 +75,11 @@ std::error_code makeDirectories(const std::filesystem::path& path) {
     return {};
 }
 
+std::error_code restrictToOwner(const std::filesystem::path& folder) {
+    if (::chmod(folder.c_str(), 0700) != 0) return {errno, std::generic_category()};
+    return {};
+}
+
 tl::expected<std::vector<std::filesystem::path>, std::error_code> listDirectory(
     const std::filesystem::path& path) {
     std::error_code error;
