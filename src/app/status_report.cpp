@@ -82,6 +82,9 @@ std::string statusReport(const PreferenceDictionary& status, const DateDisplay& 
                                              report.count("lastUploadCount"))
                                : std::string("Last upload: Never"));
     }
+    if (const auto managed = stringEntry(status, "managedSettingsError")) {
+        report.line(fmt::format("Managed settings: {}; running on defaults", *managed));
+    }
     return std::move(report).text();
 }
 
