@@ -30,12 +30,14 @@ class OneKeyStore final : public ostrel::PreferencesStore {
         if (auto it = values_.find(key); it != values_.end()) return it->second;
         return std::nullopt;
     }
-    void set(std::string_view key, ostrel::PreferenceValue value) override {
+    ostrel::PreferenceWrite set(std::string_view key, ostrel::PreferenceValue value) override {
         std::lock_guard lock(mutex_);
         values_.insert_or_assign(std::string(key), std::move(value));
+        return {};
     }
-    void remove(std::string_view) override {}
+    ostrel::PreferenceWrite remove(std::string_view) override { return {}; }
     bool isForced(std::string_view) const override { return false; }
+    std::optional<std::string> managedLayerError() const override { return std::nullopt; }
     void synchronize() override {}
 
   private:

@@ -167,6 +167,9 @@ void AppDelegate::openDashboard() {
 void AppDelegate::terminate() {
     if (terminating_) return;
     terminating_ = true;
+    // A quitting instance takes no more commands, so that a launch that comes meanwhile waits
+    // for it to leave rather than handing over to it.
+    commandHandler_.unregisterForCommandNotifications();
     services_.endMainLoop();
 }
 

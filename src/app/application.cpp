@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <thread>
+
 #include "app/app_delegate.h"
+#include "app/single_instance.h"
 #include "logging/logger.h"
 #include "platform/app_paths.h"
 #include "platform/command_channel.h"
@@ -16,6 +19,15 @@ int runApplication(EventLoop loop) {
     const std::shared_ptr<PreferencesStore> preferences = openStandardPreferences();
     Logger::setPreferences(preferences);
 
+    // Before anything else runs, so that a second launch neither samples nor writes.
+    std::unique_ptr<CommandChannel> channel = makeCommandChannel(paths::commandChannelDirectory());
+    const auto claim = claimInstanceOrHandOver(
+        *channel, *preferences, [](Duration step) { std::this_thread::sleep_for(step); });
+    if (!claim) {
+        Logger::flush();
+        return 0;
+    }
+
     const bool ownLoop = !loop.mainQueue;
     const std::unique_ptr<MainLoopDispatcher> dispatcher =
         makeThreadDispatcher(std::move(loop.mainQueue));
@@ -25,7 +37,7 @@ int runApplication(EventLoop loop) {
             .dispatcher = dispatcher.get(),
             .preferences = preferences,
             .notifier = makeDesktopNotifier(sessionBusAddress()),
-            .channel = makeCommandChannel(paths::commandChannelDirectory()),
+            .channel = std::move(channel),
             .monitorDependencies =
                 [&](AlertManager& alerts) {
                     return MonitorDependencies::forThisMachine(threads, alerts, preferences,

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <string_view>
 
+#include "app/command_protocol.h"
+
 namespace ostrel {
 namespace {
 
@@ -15,14 +17,17 @@ bool isAnyOf(std::string_view argument, std::initializer_list<std::string_view> 
     return false;
 }
 
-// A whole decimal number with at most one leading sign; blanks or trailing text refuse it.
+// A whole decimal number: one optional sign, then digits only; "+-5", blanks or trailing text
+// refuse it.
 std::optional<int64_t> readInteger(std::string_view text) {
-    if (text.starts_with('+')) text.remove_prefix(1);
-    if (text.empty() || text.front() == '+') return std::nullopt;
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos)
+        return std::nullopt;
     int64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
+    return negative ? -value : value;
 }
 
 // The launcher of the desktop hands applications arguments of its own; they are not ours.
@@ -74,16 +79,20 @@ tl::expected<CLIArguments, CLIExit> CLIArguments::parse(std::span<const std::str
             result.setHeadless = false;
         } else if (argument == "--clear-pins") {
             result.clearPins = true;
+        } else if (argument == "--version") {
+            result.showVersion = true;
         } else if (isAnyOf(argument, {"--duration", "-duration"})) {
             // A value flag with nothing behind it is dropped without a word.
             if (!hasValue) continue;
             auto minutes =
-                boundedValue(arguments[++i], "--duration", 7200, "7200 minutes (5 days)");
+                boundedValue(arguments[++i], "--duration", CommandProtocol::maxDurationMinutes,
+                             "7200 minutes (5 days)");
             if (!minutes) return tl::unexpected(minutes.error());
             result.durationMinutes = *minutes;
         } else if (isAnyOf(argument, {"--interval", "-interval"})) {
             if (!hasValue) continue;
-            auto seconds = boundedValue(arguments[++i], "--interval", 3600, "3600 seconds");
+            auto seconds = boundedValue(arguments[++i], "--interval",
+                                        CommandProtocol::maxIntervalSeconds, "3600 seconds");
             if (!seconds) return tl::unexpected(seconds.error());
             result.intervalSeconds = *seconds;
         } else if (isAnyOf(argument, {"--watch", "-watch"})) {

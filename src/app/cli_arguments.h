@@ -29,6 +29,7 @@ struct CLIArguments {
     std::optional<int64_t> intervalSeconds;
     std::vector<std::string> watchProcesses;
     bool clearPins = false;
+    bool showVersion = false;  // --version
 
     // Scans the process arguments (argument 0 is the program). The first bad argument ends the
     // scan with its message and status 1; nothing behind it is looked at.

@@ -16,6 +16,7 @@ LaunchContext LaunchContext::current() {
 
 CLIDispatch dispatchFor(const CLIArguments& arguments, const LaunchContext& context) {
     if (arguments.showHelp) return CLIDispatch::printHelp;
+    if (arguments.showVersion) return CLIDispatch::printVersion;
     if (arguments.showStatus) return CLIDispatch::printStatus;
     if (arguments.hasCommand()) return CLIDispatch::executeCommand;
     if (arguments.hasSessionFlags()) return CLIDispatch::sessionFlagsError;

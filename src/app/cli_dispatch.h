@@ -7,6 +7,7 @@ namespace ostrel {
 // What a process does with its parsed arguments, decided before anything else runs.
 enum class CLIDispatch {
     printHelp,          // exit 0
+    printVersion,       // exit 0
     printStatus,        // requestAndPrintStatus, exit 0
     executeCommand,     // executeCommand, exit 0
     sessionFlagsError,  // print the message, exit 1

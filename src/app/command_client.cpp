@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <charconv>
 #include <chrono>
 
 #include "app/command_protocol.h"
@@ -26,24 +25,6 @@ std::string managedWarning(std::string_view key) {
 
 }  // namespace
 
-bool listsOtherProcess(std::string_view searchOutput, int64_t ownProcessId) {
-    constexpr std::string_view blanks = " \t\r";
-    while (!searchOutput.empty()) {
-        const size_t end = std::min(searchOutput.find('\n'), searchOutput.size());
-        std::string_view piece = searchOutput.substr(0, end);
-        searchOutput.remove_prefix(std::min(end + 1, searchOutput.size()));
-        const size_t first = piece.find_first_not_of(blanks);
-        if (first == std::string_view::npos) continue;
-        piece = piece.substr(first, piece.find_last_not_of(blanks) - first + 1);
-        int32_t pid = 0;
-        const auto [stop, error] = std::from_chars(piece.data(), piece.data() + piece.size(), pid);
-        if (error == std::errc() && stop == piece.data() + piece.size() && pid != ownProcessId) {
-            return true;
-        }
-    }
-    return false;
-}
-
 CommandClient::CommandClient(Platform platform, std::ostream& out)
     : platform_(std::move(platform)), out_(out) {}
 
@@ -53,8 +34,7 @@ void CommandClient::print(std::string_view line) {
 
 void CommandClient::executeCommand(const CLIArguments& arguments) {
     applySettings(arguments);
-    const bool running = isRunning();
-    auto& preferences = platform_.preferences;
+    const bool running = platform_.channel.instanceRunning();
 
     // One command only, the first that applies.
     if (arguments.setHeadless) {
@@ -62,24 +42,16 @@ void CommandClient::executeCommand(const CLIArguments& arguments) {
     } else if (arguments.shouldStart) {
         start(arguments, running);
     } else if (arguments.shouldStop) {
-        if (!running) return print("App is not running");
-        post("stop");
+        if (!running || !post("stop")) return print("App is not running");
         print("Stop command sent — collection stopped (app stays running)");
     } else if (arguments.shouldQuit) {
-        if (!running) return print("App is not running");
-        post("quit");
+        if (!running || !post("quit")) return print("App is not running");
         print("Quit command sent");
     } else if (arguments.showDashboard) {
-        preferences.set(P::pendingCommandKey, "dashboard");
-        preferences.synchronize();
-        if (running) {
-            post("dashboard");
-        } else {
-            launchAppIfNeeded(std::nullopt);
-        }
+        save(P::pendingCommandKey, "dashboard");
+        if (!running || !post("dashboard")) launchAppIfNeeded(std::nullopt);
     } else if (arguments.clearPins) {
-        preferences.remove(P::pinnedSetting);
-        preferences.synchronize();
+        if (!save(P::pinnedSetting, std::nullopt)) return;
         print("Pinned processes cleared");
         if (running) post("clear-pins");
     }
@@ -92,49 +64,55 @@ void CommandClient::applySettings(const CLIArguments& arguments) {
     if (const auto seconds = arguments.intervalSeconds) {
         if (preferences.isForced(P::intervalSetting)) {
             print(managedWarning(P::intervalSetting));
-        } else {
-            preferences.set(P::intervalSetting, *seconds);
+        } else if (save(P::intervalSetting, *seconds)) {
             print(fmt::format("Collection interval set to {} seconds", *seconds));
         }
     }
     // Not asked about management: a managed duration simply wins when settings load.
-    if (const auto minutes = arguments.durationMinutes) {
-        preferences.set(P::durationSetting, *minutes);
+    if (const auto minutes = arguments.durationMinutes;
+        minutes && save(P::durationSetting, *minutes)) {
         print(*minutes == 0 ? std::string("Duration limit set to unlimited")
                             : fmt::format("Duration limit set to {} minutes", *minutes));
     }
     if (!arguments.watchProcesses.empty()) {
         if (preferences.isForced(P::watchedSetting)) {
             print(managedWarning(P::watchedSetting));
-        } else {
-            preferences.set(P::watchedSetting, PreferenceValue(arguments.watchProcesses));
+        } else if (save(P::watchedSetting, PreferenceValue(arguments.watchProcesses))) {
             print(fmt::format("Watched processes: {}", fmt::join(arguments.watchProcesses, ", ")));
         }
     }
-    preferences.synchronize();
 }
 
-bool CommandClient::isRunning() const {
-    if (platform_.channel.instanceRunning()) return true;
-    const auto listing = platform_.listProcessesByName();
-    return listing && listsOtherProcess(*listing, platform_.ownProcessId);
+bool CommandClient::save(std::string_view key, std::optional<PreferenceValue> value) {
+    auto& preferences = platform_.preferences;
+    const auto written = value ? preferences.set(key, std::move(*value)) : preferences.remove(key);
+    if (written) {
+        preferences.synchronize();
+        return true;
+    }
+    print(fmt::format("Error: Could not save {}: {}", key, written.error()));
+    savedEverything_ = false;
+    return false;
 }
 
-void CommandClient::post(std::string_view command) {
-    platform_.channel.post({{std::string(P::commandEntry), std::string(command)}});
+bool CommandClient::post(const PreferenceDictionary& userInfo) {
+    return platform_.channel.post(userInfo) > 0;
+}
+
+bool CommandClient::post(std::string_view command) {
+    return post({{std::string(P::commandEntry), std::string(command)}});
 }
 
 void CommandClient::switchHeadless(bool enabled, bool running) {
-    auto& preferences = platform_.preferences;
-    if (preferences.isForced(P::headlessSetting)) return print(managedWarning(P::headlessSetting));
-    preferences.set(P::headlessSetting, enabled);
-    preferences.synchronize();
+    if (platform_.preferences.isForced(P::headlessSetting)) {
+        return print(managedWarning(P::headlessSetting));
+    }
+    if (!save(P::headlessSetting, enabled)) return;
     print(enabled ? "Headless mode enabled" : "Headless mode disabled");
 
     // The mode is read at launch only, so a running instance is replaced.
     std::string_view word = "launched";
-    if (running) {
-        post("quit");
+    if (running && post("quit")) {
         for (int i = 0; i < kQuitPolls; ++i) {
             platform_.sleep(kQuitPollInterval);
             if (!platform_.channel.instanceRunning()) break;
@@ -146,15 +124,11 @@ void CommandClient::switchHeadless(bool enabled, bool running) {
 }
 
 void CommandClient::start(const CLIArguments& arguments, bool running) {
-    auto& preferences = platform_.preferences;
     // What a newly launched instance finds and performs.
-    preferences.set(P::pendingCommandKey, "start");
-    preferences.synchronize();
-    if (!running) return launchAppIfNeeded("App launched - monitoring will start shortly");
+    const bool pending = save(P::pendingCommandKey, "start");
 
     // Cleared first, so that an old reply cannot pass for the answer to this request.
-    preferences.remove(P::commandResultKey);
-    preferences.synchronize();
+    if (running) save(P::commandResultKey, std::nullopt);
     PreferenceDictionary userInfo{{std::string(P::commandEntry), "start"}};
     if (arguments.durationMinutes)
         userInfo[std::string(P::durationEntry)] = *arguments.durationMinutes;
@@ -163,11 +137,14 @@ void CommandClient::start(const CLIArguments& arguments, bool running) {
     if (!arguments.watchProcesses.empty()) {
         userInfo[std::string(P::watchedEntry)] = PreferenceValue(arguments.watchProcesses);
     }
-    platform_.channel.post(userInfo);
+    if (!running || !post(userInfo)) {
+        // A launch without the pending command would not start anything.
+        if (pending) launchAppIfNeeded("App launched - monitoring will start shortly");
+        return;
+    }
 
     const auto reply = awaitDictionary(P::commandResultKey);
-    preferences.remove(P::commandResultKey);
-    preferences.synchronize();
+    save(P::commandResultKey, std::nullopt);
     // A lost reply is not told apart from a success.
     if (!reply || stringEntry(*reply, "result") != "already_running")
         return print("Monitoring started");
@@ -211,17 +188,17 @@ void CommandClient::launchAppIfNeeded(const std::optional<std::string>& message)
 }
 
 void CommandClient::requestAndPrintStatus() {
-    // Only a listening instance can answer; the process list is not asked here.
-    if (!platform_.channel.instanceRunning()) return print("Ostrel is not running");
-    auto& preferences = platform_.preferences;
-    preferences.remove(P::statusKey);
-    preferences.synchronize();
-    post("status");
-    const auto status = awaitDictionary(P::statusKey);
-    preferences.remove(P::statusKey);
-    preferences.synchronize();
-    if (!status) return print("Failed to get status from running app");
-    out_ << statusReport(*status, platform_.showDate);
+    if (platform_.channel.instanceRunning()) {
+        save(P::statusKey, std::nullopt);
+        if (post("status")) {
+            const auto status = awaitDictionary(P::statusKey);
+            save(P::statusKey, std::nullopt);
+            if (!status) return print("Failed to get status from running app");
+            out_ << statusReport(*status, platform_.showDate);
+            return;
+        }
+    }
+    print("Ostrel is not running");
 }
 
 }  // namespace ostrel

@@ -16,18 +16,15 @@ namespace ostrel {
 
 // The short-lived side of the command line: writes the given settings to the shared
 // preferences, finds the running application, sends it one command and prints the outcome.
-// Every word goes to `out`, errors too.
+// A command that reached no listening instance counts as finding none, so the words never
+// claim what did not happen. Every word goes to `out`, errors too.
 class CommandClient {
   public:
     struct Platform {
         PreferencesStore& preferences;
         CommandChannel& channel;
         AppLauncher& launcher;
-        // The process ids that a search of the process list by the program's name prints, when
-        // the search succeeds: the second way to notice an instance that does not listen yet.
-        std::function<std::optional<std::string>()> listProcessesByName;
         std::function<void(Duration)> sleep;
-        int64_t ownProcessId;
         DateDisplay showDate;
     };
 
@@ -38,23 +35,25 @@ class CommandClient {
     // Starts the application; prints `message` once it runs, a warning if it does not.
     void launchAppIfNeeded(const std::optional<std::string>& message);
     void requestAndPrintStatus();
+    // False once a write to the preferences failed; the failure has been printed.
+    bool savedEverything() const { return savedEverything_; }
 
   private:
     void applySettings(const CLIArguments& arguments);
-    bool isRunning() const;
+    // Writes `value` under `key`, or removes the key when `value` is empty; prints a failure.
+    bool save(std::string_view key, std::optional<PreferenceValue> value);
     void switchHeadless(bool enabled, bool running);
     void start(const CLIArguments& arguments, bool running);
-    void post(std::string_view command);
+    // True when the command reached a listening instance.
+    bool post(const PreferenceDictionary& userInfo);
+    bool post(std::string_view command);
     // Asks `key` up to 20 times, 0.1 seconds apart, for the application's answer.
     std::optional<PreferenceDictionary> awaitDictionary(std::string_view key);
     void print(std::string_view line);
 
     Platform platform_;
     std::ostream& out_;
+    bool savedEverything_ = true;
 };
-
-// Whether the output of a process search lists a process other than `ownProcessId`: one id a
-// line, blanks around it allowed, lines that are no 32-bit number dropped.
-bool listsOtherProcess(std::string_view searchOutput, int64_t ownProcessId);
 
 }  // namespace ostrel

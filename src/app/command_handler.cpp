@@ -17,6 +17,17 @@ namespace {
 namespace P = CommandProtocol;
 constexpr auto kGeneral = Logger::Category::general;
 
+// An integer entry within [low, high]; one outside is dropped with a warning.
+std::optional<int64_t> boundedEntry(const PreferenceDictionary& userInfo, std::string_view key,
+                                    int64_t low, int64_t high) {
+    const auto value = integerEntry(userInfo, key);
+    if (!value || (*value >= low && *value <= high)) return value;
+    Logger::warning(
+        fmt::format("Ignoring {} {} of a command: outside {} to {}", key, *value, low, high),
+        kGeneral);
+    return std::nullopt;
+}
+
 }  // namespace
 
 CommandHandler::CommandHandler(CommandTarget& target, PreferencesStore& preferences,
@@ -52,10 +63,10 @@ void CommandHandler::handleCommandNotification(const PreferenceDictionary& userI
     if (!command) return;
     // Stored before the command so that its reload sees them. An entry of the wrong type is
     // skipped; managed keys are not asked about, since a managed value wins on load anyway.
-    if (const auto minutes = integerEntry(userInfo, P::durationEntry)) {
+    if (const auto minutes = boundedEntry(userInfo, P::durationEntry, 0, P::maxDurationMinutes)) {
         preferences_.set(P::durationSetting, *minutes);
     }
-    if (const auto seconds = integerEntry(userInfo, P::intervalEntry)) {
+    if (const auto seconds = boundedEntry(userInfo, P::intervalEntry, 1, P::maxIntervalSeconds)) {
         preferences_.set(P::intervalSetting, *seconds);
     }
     if (const auto names = stringListEntry(userInfo, P::watchedEntry)) {
@@ -193,6 +204,9 @@ void CommandHandler::writeStatusToDefaults() {
     addDate("lastCollection", status.lastCollection);
     addDate("lastUploadDate", status.lastUploadDate);
     if (status.lastUploadDate) snapshot["lastUploadCount"] = status.lastUploadCount;
+    if (auto managed = preferences_.managedLayerError()) {
+        snapshot["managedSettingsError"] = std::move(*managed);
+    }
     if (status.rejectedUploadCount > 0) {
         snapshot["rejectedUploadCount"] = status.rejectedUploadCount;
     }

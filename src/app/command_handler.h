@@ -26,7 +26,7 @@ class CommandHandler {
     // Starts listening; each command reaches handleCommandNotification on `mainQueue`, which
     // must outlive this object.
     void registerForCommandNotifications(CommandChannel& channel, SerialQueue& mainQueue);
-    // Stops listening and gives up the running mark; part of the application's termination.
+    // Stops listening; part of the application's termination.
     void unregisterForCommandNotifications();
 
     // A received dictionary: its options are stored as settings, then the command runs.

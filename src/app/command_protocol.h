@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "records/constants.h"
@@ -24,6 +25,12 @@ inline constexpr std::string_view commandEntry = "command";
 inline constexpr std::string_view durationEntry = "durationMinutes";
 inline constexpr std::string_view intervalEntry = "intervalSeconds";
 inline constexpr std::string_view watchedEntry = "watchedProcesses";
+
+// The ranges the command line accepts. A command from the channel whose value lies outside is
+// not taken either: anyone of this user can send one, and an absurd duration must not reach
+// the capture's clock arithmetic.
+inline constexpr int64_t maxIntervalSeconds = 3600;
+inline constexpr int64_t maxDurationMinutes = 7200;
 
 // Settings the exchange writes.
 inline constexpr std::string_view intervalSetting = "intervalSeconds";

@@ -21,6 +21,7 @@ std::string_view helpText() {
            "    --headless           Enable headless mode and restart app\n"
            "    --no-headless        Disable headless mode and restart app\n"
            "    --help, -h           Show this help message\n"
+           "    --version            Print the version and exit\n"
            "\n"
            "EXAMPLES:\n"
            "    # Start with 10-second collection interval for 1 hour\n"

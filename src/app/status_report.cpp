@@ -82,6 +82,9 @@ std::string statusReport(const PreferenceDictionary& status, const DateDisplay& 
                                              report.count("lastUploadCount"))
                                : std::string("Last upload: Never"));
     }
+    if (const auto managed = stringEntry(status, "managedSettingsError")) {
+        report.line(fmt::format("Managed settings: {}; running on defaults", *managed));
+    }
     // What went wrong shows here, not only as a growing pending count.
     if (const int64_t rejected = report.count("rejectedUploadCount"); rejected > 0) {
         report.line(fmt::format("Refused by collector: {} records (in upload/rejected)", rejected));

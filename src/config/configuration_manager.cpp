@@ -39,18 +39,22 @@ std::optional<bool> ConfigurationManager::boolValue(std::string_view key) const 
 
 void ConfigurationManager::load() {
     MonitorConfig loaded;
-    loadCollectionSettings(loaded);
-    loadUISettings(loaded);
-    loadMetricToggles(loaded);
+    // A managed file that cannot be read may force any key: the defaults stand until it reads,
+    // rather than the user's values it may be there to override. The store logs the cause.
+    if (!defaults_->managedLayerError()) {
+        loadCollectionSettings(loaded);
+        loadUISettings(loaded);
+        loadMetricToggles(loaded);
 
-    assignIf(boolValue("storageEnabled"), loaded.storageEnabled);
-    assignIf(positiveIntValue("maxStorageMB"), loaded.maxStorageMB);
-    assignIf(positiveIntValue("retentionDays"), loaded.retentionDays);
-    assignIf(defaults_->string("rotationPolicy"), loaded.rotationPolicy);
+        assignIf(boolValue("storageEnabled"), loaded.storageEnabled);
+        assignIf(positiveIntValue("maxStorageMB"), loaded.maxStorageMB);
+        assignIf(positiveIntValue("retentionDays"), loaded.retentionDays);
+        assignIf(defaults_->string("rotationPolicy"), loaded.rotationPolicy);
 
-    loadUploadSettings(loaded);
-    loadAlertSettings(loaded);
-    loadNotificationMessages(loaded);
+        loadUploadSettings(loaded);
+        loadAlertSettings(loaded);
+        loadNotificationMessages(loaded);
+    }
 
     config.set(std::move(loaded));
     validateConfig();

@@ -16,6 +16,7 @@
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/log_level.h"
+#include "records/text.h"
 
 namespace ostrel {
 namespace {
@@ -110,9 +111,10 @@ State& state() {
 }
 
 // Read afresh on every message, so that a changed or managed level applies at once. Anything
-// but a stored 0 to 3 means warning, whatever the settings record says.
+// but a stored 0 to 3 means warning, whatever the settings record says, and so does a managed
+// file that cannot be read, which may force the level.
 int fileThreshold(const PreferencesStore* preferences) {
-    if (preferences && preferences->hasObject(kLogLevelKey)) {
+    if (preferences && preferences->hasObject(kLogLevelKey) && !preferences->managedLayerError()) {
         if (const auto level = logLevelFromRaw(preferences->integer(kLogLevelKey))) {
             return logLevelRaw(*level);
         }
@@ -120,7 +122,13 @@ int fileThreshold(const PreferencesStore* preferences) {
     return logLevelRaw(LogLevel::warning);
 }
 
-void log(Level level, Category category, std::string_view message) {
+void log(Level level, Category category, std::string_view original) {
+    // Messages carry text from outside (commands, file contents, process names): escaped, one
+    // message stays one line, and no one can forge the next.
+    std::string escaped;
+    if (hasControlCharacters(original)) escaped = escapedControlCharacters(original);
+    const std::string_view message = escaped.empty() ? original : escaped;
+
     const Settings settings = state().settings();
     (settings.sink ? *settings.sink : defaultSystemLog()).write(level, category, message);
     if (static_cast<int>(level) < fileThreshold(settings.preferences.get())) return;

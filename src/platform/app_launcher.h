@@ -31,8 +31,5 @@ class AppLauncher {
 std::unique_ptr<AppLauncher> makeAppLauncher(std::optional<std::filesystem::path> executable);
 // The file this process runs from, when the system can tell.
 std::optional<std::filesystem::path> ownExecutable();
-// The name the process list shows for this process: its executable's file name, shortened as
-// the system shortens it.
-std::string ownProcessName();
 
 }  // namespace ostrel

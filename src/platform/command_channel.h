@@ -10,11 +10,18 @@
 
 namespace ostrel {
 
-// While it lives, the application counts as running and receives commands. Destroying it
-// stops the receiving, withdraws the address and gives up the running mark.
+// While it lives, the application receives commands. Destroying it stops the receiving and
+// withdraws the address.
 class CommandListener {
   public:
     virtual ~CommandListener() = default;
+};
+
+// While it lives, this process is the user's one running application. Destroying it gives up
+// the mark.
+class InstanceClaim {
+  public:
+    virtual ~InstanceClaim() = default;
 };
 
 // Called with each command dictionary, on the listener's own thread.
@@ -26,8 +33,13 @@ class CommandChannel {
   public:
     virtual ~CommandChannel() = default;
 
-    // True while some application instance of this user listens.
+    // True while an application of this user holds the running mark, from its launch on.
     virtual bool instanceRunning() const = 0;
+    // True while a process other than this one receives commands.
+    virtual bool otherInstanceListening() const = 0;
+    // Takes the running mark: empty while another process holds it; fails, saying why, when
+    // the channel's folder cannot be made private to this user.
+    virtual tl::expected<std::unique_ptr<InstanceClaim>, std::string> claimInstance() = 0;
     // Sends `userInfo` to every listening instance; returns how many took it.
     virtual size_t post(const PreferenceDictionary& userInfo) = 0;
     // Starts receiving. Fails when the channel's folder cannot be made private to this user

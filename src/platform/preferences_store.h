@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <variant>
 #include <vector>
 
@@ -40,6 +41,9 @@ struct PreferenceValue {
 // The strings of an array whose every element is a string; anything else absent.
 std::optional<std::vector<std::string>> stringsOf(const PreferenceValue& value);
 
+// The outcome of a write; the text says what failed.
+using PreferenceWrite = tl::expected<void, std::string>;
+
 // The settings of the domain com.ostrel.agent in two layers: a managed (forced) layer that an
 // administrator installs, read first, and the user's own layer beneath it. Writes go to the
 // user's layer only. Typed reads convert as the store's rules say; what cannot be converted
@@ -50,10 +54,14 @@ class PreferencesStore {
 
     // The forced value if the key is forced, else the user's value, else nothing.
     virtual std::optional<PreferenceValue> object(std::string_view key) const = 0;
-    virtual void set(std::string_view key, PreferenceValue value) = 0;
-    virtual void remove(std::string_view key) = 0;
-    // True when the managed layer holds the key, whatever the user's layer says.
+    virtual PreferenceWrite set(std::string_view key, PreferenceValue value) = 0;
+    virtual PreferenceWrite remove(std::string_view key) = 0;
+    // True when the managed layer holds the key, whatever the user's layer says; true for every
+    // key while the managed layer exists but cannot be read, since it may force any of them.
     virtual bool isForced(std::string_view key) const = 0;
+    // Why the managed layer exists but cannot be read; nothing while it reads or is absent.
+    // While it is set, no user value of a setting applies: the program runs on the defaults.
+    virtual std::optional<std::string> managedLayerError() const = 0;
     // Writes pending changes and picks up other processes' writes.
     virtual void synchronize() = 0;
 

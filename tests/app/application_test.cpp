@@ -9,8 +9,10 @@
 #include <optional>
 #include <thread>
 
+#include "app/command_protocol.h"
 #include "app/help_text.h"
 #include "platform/app_launcher.h"
+#include "platform/linux/file_preferences_store.h"
 #include "platform/subprocess.h"
 #include "support/temp_dir.h"
 
@@ -61,7 +63,6 @@ class ApplicationTest : public ::testing::Test {
             fs::permissions(home_ / folder, fs::perms::owner_all);
             setVariable(variable, home_ / folder);
         }
-        setVariable("OSTREL_MANAGED_PREFERENCES", managedFile());
         // A tray test would need a desktop; the application must run on without one.
         setVariable("QT_QPA_PLATFORM", "offscreen");
         for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS"})
@@ -75,23 +76,30 @@ class ApplicationTest : public ::testing::Test {
     }
 
     fs::path settingsFile() const { return home_ / "config/ostrel/com.ostrel.agent.json"; }
-    fs::path managedFile() const { return home_ / "managed.json"; }
     std::string log() const { return testing::readFile(home_ / "state/ostrel/ostrel.log"); }
 
     ProcessOutput ostrel(const std::vector<std::string>& arguments) const {
         return runProcess(executable_, arguments).value();
     }
 
+    // The live processes that listen on the channel now.
+    std::vector<pid_t> listeners() const {
+        std::vector<pid_t> pids;
+        std::error_code ignored;
+        for (const auto& entry : fs::directory_iterator(home_ / "run/ostrel", ignored)) {
+            if (entry.path().extension() != ".sock") continue;
+            const pid_t pid = std::stoi(entry.path().stem().string());
+            if (alive(pid)) pids.push_back(pid);
+        }
+        return pids;
+    }
+
     // The pid of a listening instance other than `previous`, once there is one.
     std::optional<pid_t> awaitInstance(pid_t previous = 0) const {
         std::optional<pid_t> found;
         eventually([&] {
-            std::error_code ignored;
-            for (const auto& entry : fs::directory_iterator(home_ / "run/ostrel", ignored)) {
-                if (entry.path().extension() != ".sock") continue;
-                const pid_t pid = std::stoi(entry.path().stem().string());
-                if (pid != previous && alive(pid)) found = pid;
-            }
+            for (const pid_t pid : listeners())
+                if (pid != previous) found = pid;
             return found.has_value();
         });
         return found;
@@ -156,16 +164,15 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     EXPECT_EQ(status.exitStatus, 0);
     EXPECT_EQ(status.standardOutput, "Ostrel is not running\n");
 
-    home_.write(managedFile(), R"({"intervalSeconds":1})");
     home_.write(settingsFile(), R"({"logLevel":1,"pinnedProcesses":["Safari"]})");
-    const auto start = ostrel({"--start", "--interval", "3"});
+    const auto start = ostrel({"--start", "--interval", "1"});
     EXPECT_EQ(start.exitStatus, 0);
-    EXPECT_EQ(start.standardOutput,
-              "Warning: intervalSeconds is managed by MDM and cannot be changed via CLI\n"
-              "App launched - monitoring will start shortly\n");
+    EXPECT_EQ(
+        start.standardOutput,
+        "Collection interval set to 1 seconds\nApp launched - monitoring will start shortly\n");
     const auto pid = awaitInstance();
     ASSERT_TRUE(pid);
-    // The launched instance found the pending start; the managed interval wins.
+    // The launched instance found the pending start.
     const std::string running = awaitStatus({"Running: Yes", "Last collected: "});
     EXPECT_TRUE(
         running.starts_with("Ostrel Status\n==================\nRunning: Yes\n"
@@ -194,6 +201,30 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "Logging: Stopped\n"));
     EXPECT_TRUE(alive(*pid));
 
+    // A client without XDG_RUNTIME_DIR (su, cron) on a machine without a runtime folder of the
+    // user's looks in another folder: it must say that nothing took the command. Where the
+    // user has one, that folder is the real session's, which a test must not touch.
+    if (!fs::exists("/run/user/" + std::to_string(geteuid()))) {
+        const auto runtime = std::getenv("XDG_RUNTIME_DIR");
+        const std::string saved = runtime ? runtime : "";
+        unsetenv("XDG_RUNTIME_DIR");
+        EXPECT_EQ(ostrel({"--quit"}).standardOutput, "App is not running\n");
+        EXPECT_EQ(ostrel({"--status"}).standardOutput, "Ostrel is not running\n");
+        setenv("XDG_RUNTIME_DIR", saved.c_str(), 1);
+        EXPECT_TRUE(alive(*pid));
+    }
+
+    // A second launch (a menu entry clicked while the agent runs) hands its pending command over
+    // and ends; the one instance starts collecting again.
+    ASSERT_TRUE(FilePreferencesStore(settingsFile(), home_ / "none.json")
+                    .set(CommandProtocol::pendingCommandKey, "start"));
+    const auto second = ostrel({});
+    EXPECT_EQ(second.exitStatus, 0);
+    EXPECT_EQ(second.standardOutput, "");
+    awaitStatus({"Running: Yes"});
+    EXPECT_FALSE(contains(testing::readFile(settingsFile()), "\"com.ostrel.agent.command\""));
+    EXPECT_EQ(listeners(), std::vector<pid_t>{*pid});
+
     EXPECT_EQ(ostrel({"--headless"}).standardOutput,
               "Headless mode enabled\nApp restarted with headless mode enabled\n");
     EXPECT_TRUE(eventually([&] { return !alive(*pid); }));
@@ -215,6 +246,10 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     // The log is written out at termination, so the whole story is there now.
     const std::string story = log();
     EXPECT_TRUE(contains(story, "Found pending command: start")) << story;
+    EXPECT_TRUE(contains(story,
+                         "[INFO] [general] Ostrel is already running; handed the pending "
+                         "command start over to it and this launch ends\n"))
+        << story;
     EXPECT_TRUE(contains(story, "Executing clear-pins command")) << story;
     EXPECT_TRUE(contains(story, "Running in headless mode (no menu bar icon)")) << story;
     // Each of the three ends, by the headless switch, --quit and the signal, said so.

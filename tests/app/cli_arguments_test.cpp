@@ -46,6 +46,9 @@ TEST(CLIArguments, FirstBadArgumentEndsTheScanWithItsMessage) {
     const std::vector<std::pair<std::string_view, std::string>> cases{
         {"--interval 5x", interval},
         {"--interval ++5", interval},
+        {"--interval +-5", interval},
+        {"--interval -+5", interval},
+        {"--interval -", interval},
         {"--interval 0", "Error: --interval must be between 1 and 3600 seconds\n"},
         {"--duration ten", "Error: --duration requires a numeric value\n"},
         // Zero is refused although the help text offers it.
@@ -61,6 +64,8 @@ TEST(CLIArguments, FirstBadArgumentEndsTheScanWithItsMessage) {
         EXPECT_EQ(result.error().status, 1);
     }
     EXPECT_EQ(scanned("--interval 3600 --duration 7200").intervalSeconds, 3600);
+    EXPECT_EQ(scan("--interval -5").error().message,
+              "Error: --interval must be between 1 and 3600 seconds\n");
 }
 
 TEST(CLIArguments, SessionFlagsErrorListsThePresentFlagsInFixedOrder) {
@@ -75,6 +80,8 @@ TEST(CLIDispatch, FirstMatchingStepDecides) {
     const LaunchContext shell{.standardInputIsTerminal = true};
     const LaunchContext detached{};
     EXPECT_EQ(dispatchFor(scanned("--start --status --help"), shell), CLIDispatch::printHelp);
+    EXPECT_EQ(dispatchFor(scanned("--version --help"), shell), CLIDispatch::printHelp);
+    EXPECT_EQ(dispatchFor(scanned("--status --version"), shell), CLIDispatch::printVersion);
     EXPECT_EQ(dispatchFor(scanned("--quit --status"), shell), CLIDispatch::printStatus);
     for (std::string_view line : {"--dashboard", "--no-headless", "--stop --interval 5"})
         EXPECT_EQ(dispatchFor(scanned(line), detached), CLIDispatch::executeCommand) << line;

@@ -14,20 +14,27 @@ using namespace std::chrono_literals;
 using Words = std::vector<std::string>;
 namespace P = CommandProtocol;
 
-// The running application as the client sees it: a lock held or not, and a hook that answers
-// a posted command by writing preferences, as the real one does.
+// The running application as the client sees it: the running mark held or not, a listener
+// there or not, and a hook that answers a posted command by writing preferences, as the real
+// one does.
 struct FakeChannel : CommandChannel {
     bool instanceRunning() const override { return running; }
+    bool otherInstanceListening() const override { return running && listening; }
+    tl::expected<std::unique_ptr<InstanceClaim>, std::string> claimInstance() override {
+        return tl::unexpected(std::string("clients claim nothing"));
+    }
     size_t post(const PreferenceDictionary& userInfo) override {
         posted.push_back(userInfo);
         commands.push_back(*userInfo.at("command").get<std::string>());
+        const bool reached = otherInstanceListening();
         if (onPost) onPost(userInfo);
-        return running;
+        return reached;
     }
     tl::expected<std::unique_ptr<CommandListener>, std::string> listen(CommandReceiver) override {
         return tl::unexpected(std::string("clients do not listen"));
     }
     bool running = false;
+    bool listening = true;
     std::vector<PreferenceDictionary> posted;
     Words commands;
     std::function<void(const PreferenceDictionary&)> onPost;
@@ -45,24 +52,26 @@ struct FakeLauncher : AppLauncher {
 class CommandClientTest : public ::testing::Test {
   protected:
     CommandClient client() {
-        return CommandClient({preferences, channel, launcher, [this] { return processList; },
-                              [this](Duration step) { slept.push_back(step); }, 4242,
-                              [](Date) { return std::string("DATE"); }},
-                             out);
+        return CommandClient(
+            {preferences, channel, launcher, [this](Duration step) { slept.push_back(step); },
+             [](Date) { return std::string("DATE"); }},
+            out);
     }
     std::string run(Words words) {
         out.str("");
         words.insert(words.begin(), "ostrel");
-        client().executeCommand(CLIArguments::parse(words).value());
+        auto commandClient = client();
+        commandClient.executeCommand(CLIArguments::parse(words).value());
+        savedEverything = commandClient.savedEverything();
         return out.str();
     }
 
     testing::MemoryPreferencesStore preferences;
     FakeChannel channel;
     FakeLauncher launcher;
-    std::optional<std::string> processList;
     std::vector<Duration> slept;
     std::ostringstream out;
+    bool savedEverything = true;
 };
 
 TEST_F(CommandClientTest, SettingsAreStoredFirstUnlessManagedEvenWithoutInstance) {
@@ -92,34 +101,60 @@ TEST_F(CommandClientTest, SettingsAreStoredFirstUnlessManagedEvenWithoutInstance
     EXPECT_FALSE(preferences.userValue("headlessMode"));
     EXPECT_EQ(launcher.launches, 0);
     EXPECT_TRUE(channel.posted.empty());
+    EXPECT_TRUE(savedEverything);
 }
 
-TEST_F(CommandClientTest, OneCommandOnlyAndTheProcessListAsSecondWay) {
-    processList = "  4242 \n";  // only this process
+// A full disk: each setting says it was not saved, and nothing is launched that would not find
+// its command.
+TEST_F(CommandClientTest, WritesThatFailAreReportedNotClaimed) {
+    preferences.writeFailure = "No space left on device";
+    EXPECT_EQ(run({"--start", "--interval", "3", "--duration", "5"}),
+              "Error: Could not save intervalSeconds: No space left on device\n"
+              "Error: Could not save captureDurationMinutes: No space left on device\n"
+              "Error: Could not save com.ostrel.agent.command: No space left on device\n");
+    EXPECT_FALSE(savedEverything);
+    EXPECT_EQ(launcher.launches, 0);
+    EXPECT_EQ(run({"--clear-pins"}),
+              "Error: Could not save pinnedProcesses: No space left on device\n");
+}
+
+// An instance that holds the running mark but takes no command (starting, quitting, or in
+// another folder) counts as none: the words never claim a command that went nowhere.
+TEST_F(CommandClientTest, OneCommandOnlyAndOnlyWhatReachedAnInstanceIsReported) {
     EXPECT_EQ(run({"--clear-pins"}), "Pinned processes cleared\n");
-    processList = "4242\nnot-a-pid\n99999999999\n\t977\r\n";
-    EXPECT_EQ(run({"--quit", "--stop", "--clear-pins"}),
-              "Stop command sent — collection stopped (app stays running)\n");
-    processList.reset();
     channel.running = true;
+    channel.listening = false;
+    EXPECT_EQ(run({"--quit", "--stop", "--clear-pins"}), "App is not running\n");
+    EXPECT_EQ(run({"--quit"}), "App is not running\n");
+    channel.listening = true;
+    EXPECT_EQ(run({"--quit", "--stop"}),
+              "Stop command sent — collection stopped (app stays running)\n");
     EXPECT_EQ(run({"--quit", "--clear-pins"}), "Quit command sent\n");
     preferences.set("pinnedProcesses", PreferenceValue(Words{"a"}));
     EXPECT_EQ(run({"--clear-pins"}), "Pinned processes cleared\n");
     EXPECT_FALSE(preferences.hasObject("pinnedProcesses"));
-    EXPECT_EQ(channel.commands, (Words{"stop", "quit", "clear-pins"}));
+    EXPECT_EQ(channel.commands, (Words{"stop", "quit", "stop", "quit", "clear-pins"}));
 }
 
-// A start that launches is the executable's test; here the other command and the failures.
+// With no instance, a start that launches is the executable's test; here the dashboard, a start
+// that reached nobody, and the failures.
 TEST_F(CommandClientTest, WithoutInstanceDashboardLeavesAPendingCommandAndLaunchFailuresWarn) {
     EXPECT_EQ(run({"--dashboard"}), "");
     EXPECT_EQ(preferences.string(P::pendingCommandKey), "dashboard");
     EXPECT_EQ(launcher.launches, 1);
+    // A start that reached nobody launches, and the launched process hands it over.
+    channel.running = true;
+    channel.listening = false;
+    EXPECT_EQ(run({"--start"}), "App launched - monitoring will start shortly\n");
+    EXPECT_EQ(launcher.launches, 2);
+    EXPECT_TRUE(slept.empty());
+    channel.running = false;
 
     launcher.outcome = tl::unexpected(LaunchFailure{LaunchFailure::Kind::applicationNotFound});
     EXPECT_EQ(run({"--start"}), "Warning: Could not find app bundle. Please start it manually.\n");
     launcher.outcome = tl::unexpected(LaunchFailure{LaunchFailure::Kind::exitStatus, {}, 3});
     EXPECT_EQ(run({"--start"}), "Warning: Failed to launch app (exit code 3)\n");
-    EXPECT_TRUE(channel.posted.empty());
+    EXPECT_EQ(channel.commands, Words{"start"});
 }
 
 TEST_F(CommandClientTest, StartAgainstARunningInstanceIgnoresAnOldReplyAndWaitsTwoSeconds) {
@@ -157,19 +192,23 @@ TEST_F(CommandClientTest, HeadlessSwitchReplacesARunningInstance) {
     EXPECT_EQ(launcher.launches, 2);
 }
 
-TEST_F(CommandClientTest, StatusAsksOnlyTheLockAndSaysWhenNoAnswerCame) {
-    processList = "977\n";
+TEST_F(CommandClientTest, StatusSaysWhenNoInstanceTookTheQuestionOrNoAnswerCame) {
+    client().requestAndPrintStatus();
+    EXPECT_EQ(out.str(), "Ostrel is not running\n");
+    channel.running = true;
+    channel.listening = false;
+    out.str("");
     client().requestAndPrintStatus();
     EXPECT_EQ(out.str(), "Ostrel is not running\n");
 
-    channel.running = true;
+    channel.listening = true;
     preferences.set(P::statusKey, PreferenceDictionary{{"isRunning", true}});
     out.str("");
     client().requestAndPrintStatus();
     EXPECT_EQ(out.str(), "Failed to get status from running app\n");
 
     EXPECT_FALSE(preferences.hasObject(P::statusKey));
-    EXPECT_EQ(channel.commands, Words{"status"});
+    EXPECT_EQ(channel.commands, (Words{"status", "status"}));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "app/command_protocol.h"
 #include "records/formatters.h"
 #include "support/log_recorder.h"
@@ -91,6 +93,20 @@ TEST_F(CommandHandlerTest, NotificationStoresWellTypedOptionsBeforeTheCommand) {
     handler.handleCommandNotification({{"intervalSeconds", 9}});
     EXPECT_EQ(target.calls.size(), 2u);
     EXPECT_FALSE(preferences.hasObject("intervalSeconds"));
+
+    // Values no command line could send would overflow the capture's clock: dropped, and the
+    // command runs on the stored settings.
+    handler.handleCommandNotification({{"command", "start"},
+                                       {"durationMinutes", std::numeric_limits<int64_t>::max()},
+                                       {"intervalSeconds", 0}});
+    EXPECT_FALSE(preferences.hasObject("captureDurationMinutes"));
+    EXPECT_FALSE(preferences.hasObject("intervalSeconds"));
+    EXPECT_EQ(log.matching("Ignoring durationMinutes 9223372036854775807 of a command: outside 0 "
+                           "to 7200")
+                  .size(),
+              1u);
+    EXPECT_EQ(log.matching("Ignoring intervalSeconds 0 of a command").size(), 1u);
+    EXPECT_EQ(target.calls, (Words{"load", "start", "load", "start"}));
 }
 
 TEST_F(CommandHandlerTest, PendingCommandIsRemovedThenRunOnce) {
@@ -151,7 +167,8 @@ TEST_F(CommandHandlerTest, StartWhileRunningWithoutDurationLeavesTheLimitAlone) 
 }
 
 // Storage off, so that the logging line takes its third form (the executable's test sees the
-// other two), and upload on, so that every figure the snapshot carries is read back.
+// other two), upload on and a broken managed file, so that every line the snapshot carries is
+// read back.
 TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
     target.status = {.isRunning = true,
                      .successCount = 7,
@@ -169,6 +186,7 @@ TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
                      .lastError = "Failed to upload 3 records"};
     preferences.set("intervalSeconds", 4);
     preferences.set("uploadEnabled", true);
+    preferences.managedError = "cannot read /etc/x.json: Permission denied";
     target.destination = false;
     handler.executeCommand("status");
     const auto snapshot = preferences.dictionary(P::statusKey).value();
@@ -181,6 +199,8 @@ TEST_F(CommandHandlerTest, StatusSnapshotReadsBackAsTheReport) {
               "Records collected: 7\nErrors: 1\nStored records: 70\nStorage size: 1.3 MB\n"
               "Upload enabled: Yes\nTotal uploaded: 60\nPending upload: 3\n"
               "Last upload: 2026-11-22T10:00:50Z (12 records)\n"
+              "Managed settings: cannot read /etc/x.json: Permission denied; running on "
+              "defaults\n"
               "Refused by collector: 5 records (in upload/rejected)\n"
               "Last error: Failed to upload 3 records\n");
 }

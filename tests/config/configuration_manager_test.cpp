@@ -4,9 +4,11 @@
 
 #include <limits>
 
+#include "platform/linux/file_preferences_store.h"
 #include "records/record_json.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
+#include "support/temp_dir.h"
 
 namespace ostrel {
 namespace {
@@ -147,6 +149,32 @@ TEST(ConfigurationManagerTest, AForcedKeyIsReadButNeverSavedOver) {
     EXPECT_EQ(entries[0].message, "Loaded configuration (MDM-managed)");
     EXPECT_EQ(entries[0].level, Logger::Level::info);
     EXPECT_EQ(entries[0].category, Logger::Category::general);
+}
+
+// A broken profile must not let the user's own values through, nor be copied over: until it
+// reads again, the program runs on its defaults.
+TEST(ConfigurationManagerTest, AnUnreadableManagedFileHoldsEverySettingAtItsDefault) {
+    testing::TempDir dir;
+    const auto user = dir.write("user.json", R"({"storageEnabled":false,"intervalSeconds":3})");
+    const auto managed = dir.write("managed.json", R"({"uploadEnabled":)");
+    LogRecorder log;
+    const auto store = std::make_shared<FilePreferencesStore>(user, managed);
+    ConfigurationManager manager(store);
+    manager.load();
+    EXPECT_EQ(manager.config.get(), MonitorConfig{});
+    EXPECT_TRUE(store->isForced("hecToken"));
+    EXPECT_EQ(store->managedLayerError(), "cannot read " + managed.string() + ": not valid JSON");
+    manager.saveToDefaults();
+    EXPECT_EQ(testing::readFile(user), R"({"storageEnabled":false,"intervalSeconds":3})");
+    const auto errors = log.matching("Cannot read managed preferences file " + managed.string());
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(log.entries().front().level, Logger::Level::error);
+
+    dir.write("managed.json", R"({"intervalSeconds":5})");
+    manager.load();
+    EXPECT_EQ(manager.config->intervalSeconds, 5);
+    EXPECT_FALSE(manager.config->storageEnabled);
+    EXPECT_FALSE(store->managedLayerError());
 }
 
 TEST(ConfigurationManagerTest, LogConfigWritesSevenDebugLinesWithoutSecrets) {

@@ -70,6 +70,20 @@ TEST_F(LoggerTest, StoredLevelFiltersTheFileButNeverTheSystemLog) {
     EXPECT_EQ(entries[6].category, Category::network);
 }
 
+// A command's text arrives from anyone who can send one; it must not start a line of its own.
+TEST_F(LoggerTest, ControlCharactersAreEscapedSoNoLineCanBeForged) {
+    Logger::warning(
+        "Unknown command: x\n[2026-01-01] [ERROR] [general] forged\r\t\x1b[2J\x7f"
+        "\xc2\x9b \xc3\xa9",
+        Category::general);
+    Logger::flush();
+    const std::string escaped =
+        "Unknown command: x\\n[2026-01-01] [ERROR] [general] forged\\r\\t\\x1b[2J\\x7f"
+        "\\u009b \xc3\xa9";
+    EXPECT_EQ(readFile(log), line("[WARN] [general] ⚠️ " + escaped));
+    EXPECT_EQ(recorder.entries().at(0).message, escaped);
+}
+
 TEST_F(LoggerTest, FlushWritesWhatWaitsAndLeavesTheLoggerUsable) {
     Logger::initializeLogFile();
     Logger::flush();

@@ -12,8 +12,8 @@
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
-#include <thread>
 
+#include "platform/app_paths.h"
 #include "support/temp_dir.h"
 
 namespace ostrel {
@@ -65,23 +65,63 @@ class CommandChannelTest : public ::testing::Test {
     Inbox inbox;
 };
 
-TEST_F(CommandChannelTest, ListenerHoldsTheRunningMarkUntilDestroyed) {
+TEST_F(CommandChannelTest, OneClaimAtATimeAndListeningIsSeparate) {
     EXPECT_FALSE(channel->instanceRunning());
     EXPECT_EQ(channel->post({{"command", "stop"}}), 0u);
     fs::create_directories(folder);
     chmod(folder.c_str(), 0755);
-    auto listener = channel->listen(inbox.receiver());
-    ASSERT_TRUE(listener.has_value()) << listener.error();
+    auto claim = channel->claimInstance();
+    ASSERT_TRUE(claim.has_value()) << claim.error();
+    ASSERT_TRUE(*claim);
     struct stat info {};
     stat(folder.c_str(), &info);
     EXPECT_EQ(info.st_mode & 0777, 0700u);
-
+    // Running from the claim on, before any listening.
     EXPECT_TRUE(makeCommandChannel(folder)->instanceRunning());
+    EXPECT_EQ(makeCommandChannel(folder)->claimInstance().value(), nullptr);
+
+    // Another process's listener counts; this process's own and a stale socket do not.
+    auto listener = channel->listen(inbox.receiver());
+    ASSERT_TRUE(listener.has_value()) << listener.error();
+    EXPECT_FALSE(channel->otherInstanceListening());
+    close(datagramSocket(socketOf(getppid()), true));
+    EXPECT_FALSE(channel->otherInstanceListening());
+    fs::remove(socketOf(getppid()));
+    const int otherFd = datagramSocket(socketOf(getppid()), true);
+    EXPECT_TRUE(channel->otherInstanceListening());
+    close(otherFd);
+
     listener->reset();
-    EXPECT_FALSE(channel->instanceRunning());
     EXPECT_FALSE(fs::exists(socketOf(getpid())));
+    EXPECT_TRUE(channel->instanceRunning());
+    claim->reset();
+    EXPECT_FALSE(channel->instanceRunning());
+    EXPECT_TRUE(makeCommandChannel(folder)->claimInstance().value());
     fs::create_directory_symlink(folder, temp / "link");
+    EXPECT_FALSE(makeCommandChannel(temp / "link")->claimInstance().has_value());
     EXPECT_FALSE(makeCommandChannel(temp / "link")->listen(inbox.receiver()).has_value());
+}
+
+// A client without XDG_RUNTIME_DIR (su, sudo -u, cron) meets the instance of the session
+// that has it.
+TEST_F(CommandChannelTest, FolderIsTheUsersRuntimeFolderWithOrWithoutTheVariable) {
+    const std::string saved = std::getenv("XDG_RUNTIME_DIR");
+    const fs::path root = temp / "run-user";
+    const fs::path own = root / std::to_string(geteuid());
+    unsetenv("XDG_RUNTIME_DIR");
+    const fs::path fallback = paths::commandChannelDirectory(root);
+    EXPECT_EQ(fallback, fs::path(std::getenv("XDG_STATE_HOME")) / "ostrel/run");
+    fs::create_directories(own);
+    EXPECT_EQ(paths::commandChannelDirectory(root), own / "ostrel");
+    setenv("XDG_RUNTIME_DIR", own.c_str(), 1);
+    EXPECT_EQ(paths::commandChannelDirectory(root), own / "ostrel");
+    // Another user's folder of that name is not this user's runtime folder; only root can
+    // make one.
+    unsetenv("XDG_RUNTIME_DIR");
+    if (geteuid() == 0 && chown(own.c_str(), 1, 1) == 0) {
+        EXPECT_EQ(paths::commandChannelDirectory(root), fallback);
+    }
+    setenv("XDG_RUNTIME_DIR", saved.c_str(), 1);
 }
 
 TEST_F(CommandChannelTest, PostReachesEverySocketAndRemovesThoseOfDeadProcesses) {
@@ -122,22 +162,6 @@ TEST_F(CommandChannelTest, DatagramsThatAreNoJsonObjectAreIgnored) {
     const auto received = inbox.waitFor(1);
     const std::vector<PreferenceDictionary> onlyTheObject{{{"command", "quit"}}};
     EXPECT_EQ(received, onlyTheObject);
-}
-
-TEST_F(CommandChannelTest, InstanceTakesTheLockOnceTheHolderLetsGo) {
-    fs::create_directories(folder);
-    const int held = open((folder / "instance.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_EQ(flock(held, LOCK_EX), 0);
-    auto listener = channel->listen(inbox.receiver());
-    ASSERT_TRUE(listener.has_value());
-    close(held);
-    // Eventually, not at once: the listener tries again at intervals.
-    bool running = false;
-    for (int i = 0; i < 500 && !running; ++i) {
-        std::this_thread::sleep_for(10ms);
-        running = channel->instanceRunning();
-    }
-    EXPECT_TRUE(running);
 }
 
 }  // namespace

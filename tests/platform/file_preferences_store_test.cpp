@@ -179,14 +179,17 @@ TEST_F(FilePreferencesStoreTest, ConcurrentWritersNeverLoseEachOthersKeys) {
     EXPECT_EQ(parsePreferences(readFile(user)), expected) << "valid JSON, no key lost";
 }
 
+// The managed file is the administrator's: no variable of a user's environment moves it.
 TEST_F(FilePreferencesStoreTest, TheProcessStoreUsesTheStandardFilesAndIsShared) {
     setenv("OSTREL_MANAGED_PREFERENCES", managed.c_str(), 1);
     dir.write(managed, R"({"headlessMode":true})");
+    EXPECT_EQ(paths::managedPreferencesFile(), "/etc/ostrel/managed/com.ostrel.agent.json");
     const auto store = openStandardPreferences();
     EXPECT_EQ(store, openStandardPreferences());
-    EXPECT_TRUE(store->isForced("headlessMode"));
+    EXPECT_FALSE(store->isForced("headlessMode"));
     store->set("autoStart", true);
     EXPECT_EQ(readFile(paths::userPreferencesFile()), "{\"autoStart\":true}\n");
+    unsetenv("OSTREL_MANAGED_PREFERENCES");
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 
 #include "platform/linux/unique_fd.h"
 
@@ -96,12 +95,6 @@ std::optional<std::filesystem::path> ownExecutable() {
     auto path = std::filesystem::read_symlink("/proc/self/exe", error);
     if (error) return std::nullopt;
     return path;
-}
-
-std::string ownProcessName() {
-    std::string name;
-    std::getline(std::ifstream("/proc/self/comm"), name);
-    return name;
 }
 
 }  // namespace ostrel

@@ -1,6 +1,7 @@
 #include "platform/app_paths.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -30,9 +31,6 @@ std::filesystem::path userPreferencesFile() {
 }
 
 std::filesystem::path managedPreferencesFile() {
-    if (const char* value = std::getenv("OSTREL_MANAGED_PREFERENCES"); value && *value) {
-        return value;
-    }
     return std::filesystem::path("/etc/ostrel/managed") / kPreferencesFile;
 }
 
@@ -44,9 +42,16 @@ std::filesystem::path logFile() {
     return xdg("XDG_STATE_HOME", ".local/state") / kFolder / "ostrel.log";
 }
 
-std::filesystem::path commandChannelDirectory() {
+std::filesystem::path commandChannelDirectory(const std::filesystem::path& runtimeRoot) {
     if (const char* value = std::getenv("XDG_RUNTIME_DIR"); value && value[0] == '/') {
         return std::filesystem::path(value) / kFolder;
+    }
+    // The folder that logind makes for the user's sessions, and names in XDG_RUNTIME_DIR where
+    // the session sets it.
+    const std::filesystem::path own = runtimeRoot / std::to_string(geteuid());
+    struct stat info {};
+    if (lstat(own.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid()) {
+        return own / kFolder;
     }
     return xdg("XDG_STATE_HOME", ".local/state") / kFolder / "run";
 }

@@ -1,7 +1,8 @@
-// The command channel as a folder private to the user: a running application holds an flock on
-// "instance.lock" and receives JSON datagrams on "<pid>.sock"; a client sends each command to
-// every socket there. The kernel vouches for each sender's uid (SCM_CREDENTIALS), so only the
-// same user can give commands, even where the folder's permissions have been loosened.
+// The command channel as a folder private to the user: the running application holds an flock
+// on "instance.lock" there from its launch to its end, and receives JSON datagrams on
+// "<pid>.sock"; a client sends each command to every socket there. The kernel vouches for each
+// sender's uid (SCM_CREDENTIALS), so only the same user can give commands, even where the
+// folder's permissions have been loosened.
 #include "platform/command_channel.h"
 
 #include <poll.h>
@@ -30,9 +31,6 @@ constexpr const char* kLockName = "instance.lock";
 constexpr std::string_view kSocketSuffix = ".sock";
 // Far above any command; a larger datagram arrives truncated and is dropped.
 constexpr size_t kMaxDatagram = 64 * 1024;
-// How often an instance that found the lock taken tries again: a client's probe holds it for
-// an instant, and an instance that is quitting releases it within seconds.
-constexpr int kLockRetryMilliseconds = 200;
 
 std::string failure(std::string_view what, const fs::path& path) {
     return std::string(what) + " " + path.string() + ": " + std::strerror(errno);
@@ -83,8 +81,11 @@ bool processExists(pid_t pid) {
     return kill(pid, 0) == 0 || errno == EPERM;
 }
 
-bool tryLock(const UniqueFd& lock) {
-    return flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+// Whether a process has bound `address`: connecting a datagram socket is refused otherwise.
+bool someoneListensAt(const sockaddr_un& address) {
+    const UniqueFd probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return probe &&
+           connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 bool sentBySameUser(msghdr& message) {
@@ -102,14 +103,12 @@ bool sentBySameUser(msghdr& message) {
 
 class LinuxCommandListener : public CommandListener {
   public:
-    LinuxCommandListener(fs::path socketPath, UniqueFd socket, UniqueFd lock, UniqueFd wake,
+    LinuxCommandListener(fs::path socketPath, UniqueFd socket, UniqueFd wake,
                          CommandReceiver receiver)
         : socketPath_(std::move(socketPath)),
           socket_(std::move(socket)),
-          lock_(std::move(lock)),
           wake_(std::move(wake)),
           receiver_(std::move(receiver)),
-          locked_(tryLock(lock_)),
           buffer_(kMaxDatagram) {
         thread_ = std::thread([this] { run(); });
     }
@@ -125,10 +124,8 @@ class LinuxCommandListener : public CommandListener {
     void run() {
         pollfd watched[2] = {{socket_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         while (true) {
-            const int ready = poll(watched, 2, locked_ ? -1 : kLockRetryMilliseconds);
-            if (ready < 0 && errno != EINTR) return;
+            if (poll(watched, 2, -1) < 0 && errno != EINTR) return;
             if (watched[1].revents != 0) return;
-            if (!locked_) locked_ = tryLock(lock_);
             if (watched[0].revents & POLLIN) receiveOne();
         }
     }
@@ -151,12 +148,18 @@ class LinuxCommandListener : public CommandListener {
 
     fs::path socketPath_;
     UniqueFd socket_;
-    UniqueFd lock_;
     UniqueFd wake_;
     CommandReceiver receiver_;
-    bool locked_;  // the receiving thread's alone once it runs
     std::vector<char> buffer_;
     std::thread thread_;
+};
+
+class LockClaim : public InstanceClaim {
+  public:
+    explicit LockClaim(UniqueFd lock) : lock_(std::move(lock)) {}
+
+  private:
+    UniqueFd lock_;  // the flock goes with the descriptor
 };
 
 class LinuxCommandChannel : public CommandChannel {
@@ -171,6 +174,30 @@ class LinuxCommandChannel : public CommandChannel {
         // given back at once.
         if (flock(lock.get(), LOCK_SH | LOCK_NB) == 0) return false;
         return errno == EWOULDBLOCK;
+    }
+
+    bool otherInstanceListening() const override {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(directory_, error)) {
+            const auto pid = listenerProcess(entry.path());
+            const auto address = socketAddress(entry.path());
+            if (pid && address && *pid != getpid() && someoneListensAt(*address)) return true;
+        }
+        return false;
+    }
+
+    tl::expected<std::unique_ptr<InstanceClaim>, std::string> claimInstance() override {
+        if (auto prepared = makePrivateDirectory(directory_); !prepared) {
+            return tl::unexpected(prepared.error());
+        }
+        const fs::path lockPath = directory_ / kLockName;
+        UniqueFd lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!lock) return tl::unexpected(failure("Cannot open", lockPath));
+        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno == EWOULDBLOCK) return nullptr;
+            return tl::unexpected(failure("Cannot lock", lockPath));
+        }
+        return std::make_unique<LockClaim>(std::move(lock));
     }
 
     size_t post(const PreferenceDictionary& userInfo) override {
@@ -223,16 +250,14 @@ class LinuxCommandChannel : public CommandChannel {
             0) {
             return tl::unexpected(failure("Cannot bind", socketPath));
         }
-        const fs::path lockPath = directory_ / kLockName;
-        UniqueFd lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         UniqueFd wake(eventfd(0, EFD_CLOEXEC));
-        if (!lock || !wake) {
-            const std::string reason = failure("Cannot open", lockPath);
+        if (!wake) {
+            const std::string reason = failure("Cannot make a wake-up event for", socketPath);
             unlink(socketPath.c_str());
             return tl::unexpected(reason);
         }
-        return std::make_unique<LinuxCommandListener>(
-            socketPath, std::move(socket), std::move(lock), std::move(wake), std::move(receiver));
+        return std::make_unique<LinuxCommandListener>(socketPath, std::move(socket),
+                                                      std::move(wake), std::move(receiver));
     }
 
   private:

@@ -19,7 +19,7 @@
 namespace ostrel {
 namespace {
 
-using Result = tl::expected<void, std::string>;
+using Result = PreferenceWrite;
 
 // An exclusive flock on the lock file beside the preferences, held while the descriptor is
 // open. The lock file is never removed: removing it would let two writers lock different files.
@@ -81,7 +81,9 @@ Result keepAside(const std::filesystem::path& path, Date now) {
 
 FilePreferencesStore::FilePreferencesStore(std::filesystem::path userFile,
                                            std::filesystem::path managedFile, const Clock& clock)
-    : user_(std::move(userFile)), managed_(std::move(managedFile)), clock_(clock) {}
+    : user_(std::move(userFile)),
+      managed_(std::move(managedFile), PreferencesFile::Layer::managed),
+      clock_(clock) {}
 
 std::optional<PreferenceValue> FilePreferencesStore::object(std::string_view key) const {
     for (PreferencesFile* layer : {&managed_, &user_}) {
@@ -93,15 +95,21 @@ std::optional<PreferenceValue> FilePreferencesStore::object(std::string_view key
 
 bool FilePreferencesStore::isForced(std::string_view key) const {
     const auto content = managed_.current();
-    return content.values->find(key) != content.values->end();
+    return content.unreadable || content.values->find(key) != content.values->end();
 }
 
-void FilePreferencesStore::set(std::string_view key, PreferenceValue value) {
-    update(key, std::move(value));
+std::optional<std::string> FilePreferencesStore::managedLayerError() const {
+    const auto content = managed_.current();
+    if (!content.unreadable) return std::nullopt;
+    return fmt::format("cannot read {}: {}", managed_.path().string(), content.problem);
 }
 
-void FilePreferencesStore::remove(std::string_view key) {
-    update(key, std::nullopt);
+PreferenceWrite FilePreferencesStore::set(std::string_view key, PreferenceValue value) {
+    return update(key, std::move(value));
+}
+
+PreferenceWrite FilePreferencesStore::remove(std::string_view key) {
+    return update(key, std::nullopt);
 }
 
 void FilePreferencesStore::synchronize() {
@@ -109,7 +117,8 @@ void FilePreferencesStore::synchronize() {
     user_.reload();
 }
 
-void FilePreferencesStore::update(std::string_view key, std::optional<PreferenceValue> value) {
+PreferenceWrite FilePreferencesStore::update(std::string_view key,
+                                             std::optional<PreferenceValue> value) {
     const std::filesystem::path& path = user_.path();
     auto saved = [&]() -> Result {
         std::error_code ignored;
@@ -142,6 +151,7 @@ void FilePreferencesStore::update(std::string_view key, std::optional<Preference
     if (!saved) {
         Logger::error("Could not save preferences", saved.error(), Logger::Category::general);
     }
+    return saved;
 }
 
 }  // namespace ostrel

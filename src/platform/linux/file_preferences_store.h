@@ -21,15 +21,16 @@ class FilePreferencesStore final : public PreferencesStore {
                          const Clock& clock = systemClock());
 
     std::optional<PreferenceValue> object(std::string_view key) const override;
-    void set(std::string_view key, PreferenceValue value) override;
-    void remove(std::string_view key) override;
+    PreferenceWrite set(std::string_view key, PreferenceValue value) override;
+    PreferenceWrite remove(std::string_view key) override;
     bool isForced(std::string_view key) const override;
+    std::optional<std::string> managedLayerError() const override;
     // Writes are never deferred; this only reads both files again.
     void synchronize() override;
 
   private:
     // Sets the key, or removes it when `value` is empty.
-    void update(std::string_view key, std::optional<PreferenceValue> value);
+    PreferenceWrite update(std::string_view key, std::optional<PreferenceValue> value);
 
     mutable PreferencesFile user_;
     mutable PreferencesFile managed_;

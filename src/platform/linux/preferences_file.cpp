@@ -61,8 +61,10 @@ int readAll(int fd, std::string& text) {
 
 }  // namespace
 
-PreferencesFile::PreferencesFile(std::filesystem::path path)
-    : path_(std::move(path)), content_{std::make_shared<const PreferenceDictionary>(), false} {}
+PreferencesFile::PreferencesFile(std::filesystem::path path, Layer layer)
+    : path_(std::move(path)),
+      layer_(layer),
+      content_{std::make_shared<const PreferenceDictionary>(), false} {}
 
 PreferencesFile::Content PreferencesFile::current() {
     const Signature now = signatureOf(path_);
@@ -91,7 +93,7 @@ PreferencesFile::Loaded PreferencesFile::load() const {
     if (fd < 0) {
         // A missing file, or a missing folder above it, is the normal state of an unset layer.
         if (errno != ENOENT && errno != ENOTDIR) {
-            loaded.problem = std::strerror(errno);
+            loaded.content.problem = std::strerror(errno);
             loaded.content.unreadable = true;
             loaded.signature = signatureOf(path_);
         }
@@ -108,13 +110,14 @@ PreferencesFile::Loaded PreferencesFile::load() const {
     ::close(fd);
 
     if (error != 0) {
-        loaded.problem = std::strerror(error);
+        loaded.content.problem = std::strerror(error);
         loaded.content.unreadable = true;
     } else if (auto parsed = parsePreferences(text)) {
         loaded.content.values = std::make_shared<const PreferenceDictionary>(std::move(*parsed));
     } else {
-        loaded.problem = parsed.error().kind == JsonError::Kind::wrongType ? "not a JSON object"
-                                                                           : "not valid JSON";
+        loaded.content.problem = parsed.error().kind == JsonError::Kind::wrongType
+                                     ? "not a JSON object"
+                                     : "not valid JSON";
         loaded.content.unreadable = true;
     }
     return loaded;
@@ -136,9 +139,14 @@ PreferencesFile::Content PreferencesFile::install(Loaded loaded, uint64_t genera
         }
         result = content_;
     }
-    if (announce) {
+    if (announce && layer_ == Layer::managed) {
+        Logger::error(fmt::format("Cannot read managed preferences file {}: {}; running on the "
+                                  "defaults, with no user setting applied, until it reads",
+                                  path_.string(), result.problem),
+                      Logger::Category::general);
+    } else if (announce) {
         Logger::warning(
-            fmt::format("Ignoring preferences file {}: {}", path_.string(), loaded.problem),
+            fmt::format("Ignoring preferences file {}: {}", path_.string(), result.problem),
             Logger::Category::general);
     }
     return result;

@@ -18,13 +18,18 @@ namespace ostrel {
 // cannot be read or parsed reads as empty too and is logged once, until it has been readable.
 class PreferencesFile {
   public:
+    // What an unreadable file means, for the log: the user's layer is passed over, while the
+    // managed layer holds every setting at its default.
+    enum class Layer { user, managed };
+
     struct Content {
         std::shared_ptr<const PreferenceDictionary> values;
         // The file exists but could not be read as a JSON object.
         bool unreadable = false;
+        std::string problem;  // why, when unreadable
     };
 
-    explicit PreferencesFile(std::filesystem::path path);
+    explicit PreferencesFile(std::filesystem::path path, Layer layer = Layer::user);
 
     const std::filesystem::path& path() const { return path_; }
 
@@ -49,13 +54,13 @@ class PreferencesFile {
         Content content;
         Signature signature;
         int64_t startedAt = 0;  // wall clock before the file was opened, nanoseconds
-        std::string problem;    // why the file is unreadable, for the log
     };
 
     Loaded load() const;
     Content install(Loaded loaded, uint64_t generation);
 
     const std::filesystem::path path_;
+    const Layer layer_;
 
     std::mutex mutex_;
     Content content_;
