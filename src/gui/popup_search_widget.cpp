@@ -27,6 +27,7 @@ PopupSearchWidget::PopupSearchWidget(PopupModel& model, QWidget* parent)
     collapsed_ = new QPushButton;
     collapsed_->setFlat(true);
     collapsed_->setCursor(Qt::PointingHandCursor);
+    collapsed_->setFocusPolicy(Qt::NoFocus);
     collapsed_->setStyleSheet(QStringLiteral("text-align: left; padding: 2px;"));
     connect(collapsed_, &QPushButton::clicked, this, [this] { model_.expandSearch(); });
     layout->addWidget(collapsed_);

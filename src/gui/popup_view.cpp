@@ -39,6 +39,7 @@ QPushButton* button(const PopupButton& model) {
         result->setIcon(symbolIcon(model.image, resolvedColor(model.color, result->palette())));
     result->setEnabled(model.enabled);
     result->setToolTip(text(model.help));
+    result->setFocusPolicy(Qt::NoFocus);
     return result;
 }
 

@@ -91,6 +91,9 @@ QToolButton* iconButton(const std::string& symbol, const std::string& help, Popu
     button->setIcon(symbolIcon(symbol, resolvedColor(tint, button->palette())));
     button->setToolTip(text(help));
     button->setCursor(Qt::PointingHandCursor);
+    // Clicked, not focused: a section rebuilt under a focused button would move the focus, and
+    // the scroll area with it.
+    button->setFocusPolicy(Qt::NoFocus);
     return button;
 }
 
