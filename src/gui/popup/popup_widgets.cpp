@@ -1,4 +1,4 @@
-#include "gui/popup_widgets.h"
+#include "gui/popup/popup_widgets.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "gui/popup_palette.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
+#include "gui/popup/popup_palette.h"
 
 namespace ostrel::PopupWidgets {
 namespace {
