@@ -1,6 +1,7 @@
 // Writes pictures of the popup in its main states, light and dark, for a person to look at:
 // ostrel_popup_pictures writes to ./popup-pictures, or to OSTREL_PICTURES_DIR.
 #include <QDir>
+#include <QElapsedTimer>
 #include <QPixmap>
 
 #include "gui/popup_scene.h"
@@ -33,6 +34,23 @@ TEST_P(PopupPictures, RunningWithGroupsAndPins) {
     runningWithGroupsAndPins();
     open();
     save("running");
+}
+
+// Not a picture but a figure: what a new sample costs an open popup, from the published change
+// to the rebuilt sections.
+TEST_P(PopupPictures, UpdateCostPerSample) {
+    runningWithGroupsAndPins();
+    open();
+    constexpr int kSamples = 50;
+    QElapsedTimer timer;
+    timer.start();
+    for (int sample = 0; sample < kSamples; ++sample) {
+        monitor->successCount.set(monitor->successCount.get() + 1);
+        monitor->lastMetrics.modify([&](auto& metrics) { metrics->cpu->userPercent = sample; });
+        settle();
+    }
+    std::printf("popup update per sample: %.2f ms (mean of %d)\n",
+                double(timer.nsecsElapsed()) / 1e6 / kSamples, kSamples);
 }
 
 TEST_P(PopupPictures, MinimalUI) {

@@ -9,14 +9,15 @@
 namespace ostrel::testing {
 namespace {
 
-QApplication& application() {
-    // One application per process; offscreen unless the caller chose a platform.
+void ensureApplication() {
+    // One application per process, offscreen unless the caller chose a platform. Never
+    // destroyed: at exit it would outlive Qt's own globals and crash in their teardown.
     static int argc = 1;
     static char name[] = "ostrel-popup";
     static char* argv[] = {name, nullptr};
+    if (QApplication::instance()) return;
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(argc, argv);
-    return app;
+    new QApplication(argc, argv);
 }
 
 // A button's text as shown: "&&" is one ampersand.
@@ -31,7 +32,7 @@ ProcessMetricInfo process(int64_t pid, int64_t ppid, const char* name, double cp
 }  // namespace
 
 PopupScene::PopupScene() {
-    application();
+    ensureApplication();
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     build();
 }
