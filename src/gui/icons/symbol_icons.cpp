@@ -10,7 +10,7 @@ namespace {
 
 struct SymbolEntry {
     std::string_view symbol;
-    // Empty where the icon naming specification has no counterpart.
+    // Empty where the freedesktop icon names have no counterpart.
     const char* themeName;
     // Under :/symbols/.
     const char* bundled;
