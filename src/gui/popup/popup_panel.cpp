@@ -21,10 +21,6 @@ PopupPanel::PopupPanel(ModelFactory makeModel)
     layout->addWidget(scroll_);
 }
 
-PopupPanel::~PopupPanel() {
-    dropContent();
-}
-
 void PopupPanel::showBelow(const QRect& anchor) {
     const QScreen* screen = QGuiApplication::screenAt(anchor.center());
     if (!screen) screen = QGuiApplication::primaryScreen();
@@ -60,9 +56,11 @@ void PopupPanel::buildContent() {
 
 void PopupPanel::dropContent() {
     if (!view_) return;
-    // Later: the click that closed the popup may still be running in one of its buttons.
+    // Later: the click that closed the popup may still be running in one of its buttons. Kept
+    // as a hidden child meanwhile, so that a panel destroyed first takes it along.
     scroll_->takeWidget();
     view_->hide();
+    view_->setParent(this);
     view_->deleteLater();
     view_ = nullptr;
 }

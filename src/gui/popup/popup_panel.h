@@ -24,7 +24,6 @@ class PopupPanel final : public QWidget {
     using ModelFactory = std::function<std::unique_ptr<PopupModel>()>;
 
     explicit PopupPanel(ModelFactory makeModel);
-    ~PopupPanel() override;
 
     // Shows the panel under `anchor` (the tray item's place on screen), or above it where the
     // screen ends below, kept inside the screen's free area.
