@@ -19,7 +19,7 @@ using namespace PopupWidgets;
 
 PopupSearchWidget::PopupSearchWidget(PopupModel& model, QWidget* parent)
     : QWidget(parent), model_(model) {
-    // The labels' texts are the model's; they are filled in by show().
+    // The labels' texts are the model's; they are filled in by display().
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
@@ -75,7 +75,7 @@ PopupSearchWidget::PopupSearchWidget(PopupModel& model, QWidget* parent)
     layout->addWidget(expanded_);
 }
 
-void PopupSearchWidget::show(const SearchSection& section) {
+void PopupSearchWidget::display(const SearchSection& section) {
     const QColor secondary = resolvedColor(PopupColor::secondary, palette());
     collapsed_->setIcon(symbolIcon(section.image, secondary));
     collapsed_->setText(buttonText(section.title));

@@ -18,7 +18,7 @@ class PopupSearchWidget final : public QWidget {
   public:
     explicit PopupSearchWidget(PopupModel& model, QWidget* parent = nullptr);
 
-    void show(const SearchSection& section);
+    void display(const SearchSection& section);
 
   private:
     void scrollIntoView();

@@ -47,7 +47,6 @@ QPushButton* button(const PopupButton& model) {
 
 PopupView::PopupView(std::unique_ptr<PopupModel> model, QWidget* parent)
     : QWidget(parent), owned_(std::move(model)), model_(*owned_) {
-    // The panel's width less a scroll bar where one shows; 356 with the padding otherwise.
     column_ = new QVBoxLayout(this);
     column_->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     column_->setSpacing(6);
@@ -63,10 +62,10 @@ PopupView::PopupView(std::unique_ptr<PopupModel> model, QWidget* parent)
         }
     }
     column_->addStretch();
-    show(model_.content.get());
+    display(model_.content.get());
     // Told before the content changes, with the new content: shown at once, on the main queue.
     subscription_ =
-        model_.content.subscribe([this](const PopupContent& content) { show(content); });
+        model_.content.subscribe([this](const PopupContent& content) { display(content); });
 }
 
 PopupView::~PopupView() {
@@ -77,10 +76,10 @@ void PopupView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() != QEvent::PaletteChange || !shown_) return;
     shown_.reset();
-    show(model_.content.get());
+    display(model_.content.get());
 }
 
-void PopupView::show(const PopupContent& content) {
+void PopupView::display(const PopupContent& content) {
     const auto changed = [&](auto member) {
         return !shown_ || (*shown_).*member != content.*member;
     };
@@ -91,7 +90,7 @@ void PopupView::show(const PopupContent& content) {
         replace(metrics, content.metrics ? metricsWidget(*content.metrics) : nullptr);
     if (changed(&PopupContent::watched))
         replace(watched, content.watched ? watchedWidget(*content.watched) : nullptr);
-    search_->show(content.search);
+    search_->display(content.search);
     if (changed(&PopupContent::controls)) replace(controls, controlsWidget(content.controls));
     if (changed(&PopupContent::footer)) replace(footer, footerWidget(content.footer));
     // A section that is gone takes its divider with it.

@@ -17,7 +17,7 @@ class PopupSearchWidget;
 // the search field stays, so typing is never interrupted.
 class PopupView final : public QWidget {
   public:
-    static constexpr int kContentWidth = 356;
+    // Around the content; the panel's 380 less the padding leaves 356 for it.
     static constexpr int kPadding = 12;
 
     explicit PopupView(std::unique_ptr<PopupModel> model, QWidget* parent = nullptr);
@@ -32,7 +32,7 @@ class PopupView final : public QWidget {
   private:
     enum Section { header, status, metrics, watched, controls, footer, sectionCount };
 
-    void show(const PopupContent& content);
+    void display(const PopupContent& content);
     void replace(Section section, QWidget* widget);
 
     QWidget* headerWidget(const PopupHeader& header);
