@@ -1,4 +1,4 @@
-#include "app/gui/tray_item.h"
+#include "gui/tray/tray_item.h"
 
 #include <QCursor>
 #include <QDesktopServices>
@@ -7,8 +7,10 @@
 #include <QUrl>
 
 #include "app/app_delegate.h"
+#include "gui/icons/symbol_icons.h"
 #include "logging/logger.h"
 #include "platform/app_paths.h"
+#include "popup/popup_format.h"
 #include "records/constants.h"
 
 namespace ostrel {
@@ -48,7 +50,20 @@ tl::expected<std::unique_ptr<UserInterface>, std::string> TrayItem::create(AppDe
     return std::make_unique<TrayItem>(delegate);
 }
 
-TrayItem::TrayItem(AppDelegate& delegate) : delegate_(delegate) {
+TrayItem::TrayItem(AppDelegate& delegate)
+    : delegate_(delegate),
+      windows_(delegate),
+      aggregator_(makeProcessNameSource()),
+      popover_([this] {
+          return std::make_unique<PopupModel>(
+              delegate_.monitor(), delegate_.configManager(), mainQueue_, aggregator_,
+              PopupModel::Actions{
+                  .toggleMonitoring = [this] { delegate_.toggleMonitoring(); },
+                  .openDashboard = [this] { windows_.openDashboard(); },
+                  .openSettings = [this] { windows_.openSettings(); },
+              },
+              PopupFormat::localTimeOfDay);
+      }) {
     statusItem_.setToolTip(QStringLiteral("Ostrel"));
     statusItem_.setContextMenu(&menu_);
     connect(&statusItem_, &QSystemTrayIcon::activated, this, &TrayItem::statusItemClicked);
@@ -77,11 +92,6 @@ TrayItem::~TrayItem() {
     monitoringCancellable_.cancel();
     // Closing now would reach the monitor from popoverDidClose; the owner stops it itself.
     disconnect(&popover_, nullptr, this, nullptr);
-}
-
-void TrayItem::setWindowOpeners(std::function<void()> dashboard, std::function<void()> settings) {
-    openDashboard_ = std::move(dashboard);
-    openSettings_ = std::move(settings);
 }
 
 void TrayItem::updateStatusBarIcon(bool isActive) {
@@ -128,8 +138,8 @@ void TrayItem::showStatusItemMenu() {
             menu_.addSeparator();
             continue;
         }
-        QAction* action = menu_.addAction(QIcon::fromTheme(QString::fromStdString(item.icon)),
-                                          QString::fromStdString(item.title));
+        QAction* action =
+            menu_.addAction(symbolIcon(item.icon), QString::fromStdString(item.title));
         action->setEnabled(item.enabled);
         connect(action, &QAction::triggered, this, [this, which = item.action] { perform(which); });
     }
@@ -143,8 +153,7 @@ void TrayItem::perform(StatusMenuItem::Action action) {
         case Action::openDashboard:
             return openDashboard();
         case Action::openSettings:
-            if (openSettings_) openSettings_();
-            return;
+            return windows_.openSettings();
         case Action::showMetricsFolder:
             return showMetricsFolder();
         case Action::quitApp:
@@ -155,11 +164,7 @@ void TrayItem::perform(StatusMenuItem::Action action) {
 }
 
 void TrayItem::openDashboard() {
-    if (openDashboard_) {
-        openDashboard_();
-    } else {
-        Logger::debug("No dashboard window in this build", ui);
-    }
+    windows_.openDashboard();
 }
 
 void TrayItem::showMetricsFolder() {
