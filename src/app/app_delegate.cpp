@@ -15,11 +15,6 @@ constexpr auto general = Logger::Category::general;
 
 }  // namespace
 
-bool hasValidDestination(const MonitorConfig& config) {
-    if (config.storageEnabled) return true;
-    return config.uploadEnabled && !config.hecEndpoint.empty() && !config.hecToken.empty();
-}
-
 AppDelegate::AppDelegate(Services services)
     : services_(std::move(services)),
       alertManager_(services_.dispatcher->clock(), *services_.notifier,

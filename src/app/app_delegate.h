@@ -12,6 +12,7 @@
 #include "monitor/performance_monitor.h"
 #include "platform/command_channel.h"
 #include "platform/notifier.h"
+#include "records/destination.h"
 
 namespace ostrel {
 
@@ -84,9 +85,5 @@ class AppDelegate final : public CommandTarget {
     std::unique_ptr<UserInterface> userInterface_;
     bool terminating_ = false;
 };
-
-// Where samples can go under `config`: local storage, or an upload with both an endpoint and a
-// token. Nothing is tried on the network.
-bool hasValidDestination(const MonitorConfig& config);
 
 }  // namespace ostrel

@@ -1,4 +1,4 @@
-#include "app/gui/qt_main_queue.h"
+#include "gui/qt_main_queue.h"
 
 #include <QMetaObject>
 

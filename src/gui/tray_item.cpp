@@ -1,4 +1,4 @@
-#include "app/gui/tray_item.h"
+#include "gui/tray_item.h"
 
 #include <QCursor>
 #include <QDesktopServices>
@@ -48,7 +48,7 @@ tl::expected<std::unique_ptr<UserInterface>, std::string> TrayItem::create(AppDe
     return std::make_unique<TrayItem>(delegate);
 }
 
-TrayItem::TrayItem(AppDelegate& delegate) : delegate_(delegate) {
+TrayItem::TrayItem(AppDelegate& delegate) : delegate_(delegate), windows_(delegate) {
     statusItem_.setToolTip(QStringLiteral("Ostrel"));
     statusItem_.setContextMenu(&menu_);
     connect(&statusItem_, &QSystemTrayIcon::activated, this, &TrayItem::statusItemClicked);
@@ -77,11 +77,6 @@ TrayItem::~TrayItem() {
     monitoringCancellable_.cancel();
     // Closing now would reach the monitor from popoverDidClose; the owner stops it itself.
     disconnect(&popover_, nullptr, this, nullptr);
-}
-
-void TrayItem::setWindowOpeners(std::function<void()> dashboard, std::function<void()> settings) {
-    openDashboard_ = std::move(dashboard);
-    openSettings_ = std::move(settings);
 }
 
 void TrayItem::updateStatusBarIcon(bool isActive) {
@@ -143,8 +138,7 @@ void TrayItem::perform(StatusMenuItem::Action action) {
         case Action::openDashboard:
             return openDashboard();
         case Action::openSettings:
-            if (openSettings_) openSettings_();
-            return;
+            return windows_.openSettings();
         case Action::showMetricsFolder:
             return showMetricsFolder();
         case Action::quitApp:
@@ -155,11 +149,7 @@ void TrayItem::perform(StatusMenuItem::Action action) {
 }
 
 void TrayItem::openDashboard() {
-    if (openDashboard_) {
-        openDashboard_();
-    } else {
-        Logger::debug("No dashboard window in this build", ui);
-    }
+    windows_.openDashboard();
 }
 
 void TrayItem::showMetricsFolder() {

@@ -4,12 +4,12 @@
 #include <QMenu>
 #include <QObject>
 #include <QSystemTrayIcon>
-#include <functional>
 #include <optional>
 
-#include "app/gui/popup_panel.h"
 #include "app/status_menu.h"
 #include "app/user_interface.h"
+#include "gui/desktop_windows.h"
+#include "gui/popup_panel.h"
 #include "records/published.h"
 
 namespace ostrel {
@@ -31,9 +31,6 @@ class TrayItem final : public QObject, public UserInterface {
     void stopEventMonitor() override;
     void openDashboard() override;
 
-    // The windows that the menu opens; until one is given, its entry does nothing.
-    void setWindowOpeners(std::function<void()> dashboard, std::function<void()> settings);
-
   private:
     void statusItemClicked(QSystemTrayIcon::ActivationReason reason);
     void togglePopover();
@@ -52,8 +49,7 @@ class TrayItem final : public QObject, public UserInterface {
     // When the popup last closed: the outside click that closes it may be the click on the
     // icon itself, which must not open it again at once.
     QElapsedTimer sinceClose_;
-    std::function<void()> openDashboard_;
-    std::function<void()> openSettings_;
+    DesktopWindows windows_;
 };
 
 }  // namespace ostrel

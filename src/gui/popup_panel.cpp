@@ -1,4 +1,4 @@
-#include "app/gui/popup_panel.h"
+#include "gui/popup_panel.h"
 
 #include <QGuiApplication>
 #include <QScreen>
