@@ -6,17 +6,16 @@ std::vector<StatusMenuItem> statusMenuItems(bool isRunning, bool hasValidDestina
     using Action = StatusMenuItem::Action;
     const StatusMenuItem separator;
     return {
-        isRunning ? StatusMenuItem{Action::toggleMonitoring, "Stop Monitoring",
-                                   "media-playback-stop", true}
-                  : StatusMenuItem{Action::toggleMonitoring, "Start Monitoring",
-                                   "media-playback-start", hasValidDestination},
+        isRunning ? StatusMenuItem{Action::toggleMonitoring, "Stop Monitoring", "stop.fill", true}
+                  : StatusMenuItem{Action::toggleMonitoring, "Start Monitoring", "play.fill",
+                                   hasValidDestination},
         separator,
-        {Action::openDashboard, "Open Dashboard", "utilities-system-monitor", true},
-        {Action::openSettings, "Settings…", "preferences-system", true},
+        {Action::openDashboard, "Open Dashboard", "chart.xyaxis.line", true},
+        {Action::openSettings, "Settings…", "gear", true},
         separator,
         {Action::showMetricsFolder, "Show Metrics in Finder", "folder", true},
         separator,
-        {Action::quitApp, "Quit Ostrel", "application-exit", true},
+        {Action::quitApp, "Quit Ostrel", "power", true},
     };
 }
 

@@ -17,7 +17,7 @@ struct StatusMenuItem {
     };
     Action action = Action::separator;
     std::string title;
-    // A freedesktop icon-theme name.
+    // The design's symbol name; the desktop module maps it to an icon-theme name.
     std::string icon;
     bool enabled = true;
 };

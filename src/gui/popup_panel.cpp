@@ -2,12 +2,27 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "gui/popup_view.h"
 
 namespace ostrel {
 
-PopupPanel::PopupPanel() : QWidget(nullptr, Qt::Popup) {
+PopupPanel::PopupPanel(ModelFactory makeModel)
+    : QWidget(nullptr, Qt::Popup), makeModel_(std::move(makeModel)) {
     setFixedSize(kWidth, kHeight);
-    setAttribute(Qt::WA_DeleteOnClose, false);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    scroll_ = new QScrollArea;
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_->setWidgetResizable(true);
+    layout->addWidget(scroll_);
+}
+
+PopupPanel::~PopupPanel() {
+    dropContent();
 }
 
 void PopupPanel::showBelow(const QRect& anchor) {
@@ -26,9 +41,30 @@ void PopupPanel::showBelow(const QRect& anchor) {
     activateWindow();
 }
 
+void PopupPanel::showEvent(QShowEvent* event) {
+    buildContent();
+    QWidget::showEvent(event);
+}
+
 void PopupPanel::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
+    dropContent();
     emit closed();
+}
+
+void PopupPanel::buildContent() {
+    if (view_) return;
+    view_ = new PopupView(makeModel_());
+    scroll_->setWidget(view_);
+}
+
+void PopupPanel::dropContent() {
+    if (!view_) return;
+    // Later: the click that closed the popup may still be running in one of its buttons.
+    scroll_->takeWidget();
+    view_->hide();
+    view_->deleteLater();
+    view_ = nullptr;
 }
 
 }  // namespace ostrel

@@ -7,8 +7,10 @@
 #include <QUrl>
 
 #include "app/app_delegate.h"
+#include "gui/symbol_icons.h"
 #include "logging/logger.h"
 #include "platform/app_paths.h"
+#include "popup/popup_format.h"
 #include "records/constants.h"
 
 namespace ostrel {
@@ -48,7 +50,20 @@ tl::expected<std::unique_ptr<UserInterface>, std::string> TrayItem::create(AppDe
     return std::make_unique<TrayItem>(delegate);
 }
 
-TrayItem::TrayItem(AppDelegate& delegate) : delegate_(delegate), windows_(delegate) {
+TrayItem::TrayItem(AppDelegate& delegate)
+    : delegate_(delegate),
+      windows_(delegate),
+      aggregator_(makeProcessNameSource()),
+      popover_([this] {
+          return std::make_unique<PopupModel>(
+              delegate_.monitor(), delegate_.configManager(), mainQueue_, aggregator_,
+              PopupModel::Actions{
+                  .toggleMonitoring = [this] { delegate_.toggleMonitoring(); },
+                  .openDashboard = [this] { windows_.openDashboard(); },
+                  .openSettings = [this] { windows_.openSettings(); },
+              },
+              PopupFormat::localTimeOfDay);
+      }) {
     statusItem_.setToolTip(QStringLiteral("Ostrel"));
     statusItem_.setContextMenu(&menu_);
     connect(&statusItem_, &QSystemTrayIcon::activated, this, &TrayItem::statusItemClicked);
@@ -123,8 +138,8 @@ void TrayItem::showStatusItemMenu() {
             menu_.addSeparator();
             continue;
         }
-        QAction* action = menu_.addAction(QIcon::fromTheme(QString::fromStdString(item.icon)),
-                                          QString::fromStdString(item.title));
+        QAction* action =
+            menu_.addAction(symbolIcon(item.icon), QString::fromStdString(item.title));
         action->setEnabled(item.enabled);
         connect(action, &QAction::triggered, this, [this, which = item.action] { perform(which); });
     }

@@ -10,6 +10,8 @@
 #include "app/user_interface.h"
 #include "gui/desktop_windows.h"
 #include "gui/popup_panel.h"
+#include "gui/qt_main_queue.h"
+#include "popup/process_aggregator.h"
 #include "records/published.h"
 
 namespace ostrel {
@@ -41,6 +43,10 @@ class TrayItem final : public QObject, public UserInterface {
     void updateStatusBarIcon(bool isActive);
 
     AppDelegate& delegate_;
+    DesktopWindows windows_;
+    QtMainQueue mainQueue_;
+    // Outlives each opening of the popup: parent names stay cached between openings.
+    ProcessAggregator aggregator_;
     QSystemTrayIcon statusItem_;
     QMenu menu_;
     PopupPanel popover_;
@@ -49,7 +55,6 @@ class TrayItem final : public QObject, public UserInterface {
     // When the popup last closed: the outside click that closes it may be the click on the
     // icon itself, which must not open it again at once.
     QElapsedTimer sinceClose_;
-    DesktopWindows windows_;
 };
 
 }  // namespace ostrel

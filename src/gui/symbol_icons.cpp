@@ -1,0 +1,62 @@
+#include "gui/symbol_icons.h"
+
+#include <QPainter>
+#include <QPixmap>
+#include <algorithm>
+#include <array>
+
+namespace ostrel {
+namespace {
+
+struct SymbolEntry {
+    std::string_view symbol;
+    // Empty where the icon naming specification has no counterpart.
+    const char* themeName;
+    // Under :/symbols/.
+    const char* bundled;
+};
+
+constexpr std::array<SymbolEntry, 13> kSymbols{{
+    {"play.fill", "media-playback-start", "play.fill.svg"},
+    {"stop.fill", "media-playback-stop", "stop.fill.svg"},
+    {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
+    {"gear", "preferences-system", "gear.svg"},
+    {"SettingsIcon", "preferences-system", "gear.svg"},
+    {"folder", "folder", "folder.svg"},
+    {"power", "application-exit", "power.svg"},
+    {"magnifyingglass", "edit-find", "magnifyingglass.svg"},
+    {"xmark.circle.fill", "edit-clear", "xmark.circle.fill.svg"},
+    {"exclamationmark.triangle.fill", "dialog-warning", "exclamationmark.triangle.fill.svg"},
+    {"icloud.and.arrow.up", "document-send", "icloud.and.arrow.up.svg"},
+    // No theme tells a pinned from an unpinned pin: both are bundled.
+    {"pin.fill", "", "pin.fill.svg"},
+    {"pin", "", "pin.svg"},
+}};
+
+// One colour over the image's own shape.
+QIcon tinted(const QIcon& icon, const QColor& tint) {
+    QIcon result;
+    for (const int size : {16, 32}) {
+        QPixmap pixmap = icon.pixmap(size, size);
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(pixmap.rect(), tint);
+        painter.end();
+        result.addPixmap(pixmap);
+    }
+    return result;
+}
+
+}  // namespace
+
+QIcon symbolIcon(std::string_view symbol, const QColor& tint) {
+    const auto entry = std::ranges::find(kSymbols, symbol, &SymbolEntry::symbol);
+    if (entry == kSymbols.end()) return {};
+    const QIcon bundled(QStringLiteral(":/symbols/") + QLatin1String(entry->bundled));
+    // A tinted image is a silhouette: the bundled one, drawn for it, keeps its shape best.
+    if (tint.isValid()) return tinted(bundled, tint);
+    if (*entry->themeName == '\0') return bundled;
+    return QIcon::fromTheme(QLatin1String(entry->themeName), bundled);
+}
+
+}  // namespace ostrel

@@ -1,0 +1,198 @@
+#include "gui/popup_scene.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QStyle>
+#include <QStyleFactory>
+#include <algorithm>
+
+namespace ostrel::testing {
+namespace {
+
+QApplication& application() {
+    // One application per process; offscreen unless the caller chose a platform.
+    static int argc = 1;
+    static char name[] = "ostrel-popup";
+    static char* argv[] = {name, nullptr};
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QApplication app(argc, argv);
+    return app;
+}
+
+// A button's text as shown: "&&" is one ampersand.
+QString shownText(const QAbstractButton* button) {
+    return button->text().replace(QStringLiteral("&&"), QStringLiteral("&"));
+}
+
+ProcessMetricInfo process(int64_t pid, int64_t ppid, const char* name, double cpu, double memory) {
+    return {.pid = pid, .ppid = ppid, .name = name, .cpuPercent = cpu, .memoryMB = memory};
+}
+
+}  // namespace
+
+PopupScene::PopupScene() {
+    application();
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    build();
+}
+
+PopupScene::~PopupScene() {
+    panel.reset();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void PopupScene::configure(const PreferenceDictionary& settings) {
+    for (const auto& [key, value] : settings)
+        preferences->set(key, value);
+    configManager.load();
+    monitor->configure(configManager.config.get());
+}
+
+void PopupScene::stoppedWithoutADestination() {
+    configure({{"storageEnabled", false}, {"uploadEnabled", true}, {"hecEndpoint", "https://hec"}});
+}
+
+void PopupScene::runningWithGroupsAndPins() {
+    configure({{"aggregateProcesses", true},
+               {"uploadEnabled", true},
+               {"hecEndpoint", "https://hec"},
+               {"hecToken", "t"}});
+    monitor->start();
+    monitor->pinProcess("firefox");
+    monitor->pinProcess("postgres");
+    settle();
+    SystemMetrics sample;
+    sample.cpu = CPUMetrics{.loadPercent = 63, .userPercent = 41.2, .systemPercent = 21.7};
+    sample.memory = MemoryMetrics{.pressureString = "normal"};
+    sample.power = PowerMetrics{.onAC = true, .batteryPercent = 76};
+    sample.system = SystemInfo{.uptimeHours = 50.2};
+    sample.processes = ProcessMetrics{
+        .topCPU =
+            std::vector{process(100, 1, "firefox", 18.4, 812),
+                        process(101, 100, "Isolated Web Co", 9.6, 402),
+                        process(102, 100, "Isolated Web Co", 4.1, 388),
+                        process(200, 1, "code", 7.5, 640), process(201, 200, "code", 2.2, 310),
+                        process(300, 1, "Xorg", 3.1, 120)},
+        .topMemory =
+            std::vector{process(100, 1, "firefox", 18.4, 812), process(200, 1, "code", 7.5, 640),
+                        process(101, 100, "Isolated Web Co", 9.6, 402),
+                        process(400, 1, "postgres", 0.3, 1536)},
+    };
+    monitor->lastMetrics.set(sample);
+    monitor->successCount.set(1284);
+    monitor->pendingUploadCount.set(37);
+    monitor->storageSizeMB.set(14.62);
+    monitor->totalUploadedCount.set(1247);
+    monitor->lastUploadCount.set(150);
+    monitor->lastUploadDate.set(dispatcher.clock().now());
+    monitor->watchedMetrics.set({{.pattern = "firefox",
+                                  .processCount = 3,
+                                  .cpuPercent = 32.1,
+                                  .memoryMB = 1602,
+                                  .networkBytesIn = 5'400'000,
+                                  .networkBytesOut = 310'000,
+                                  .diskReadBytesPerSec = 0,
+                                  .diskWriteBytesPerSec = 84'000,
+                                  .pids = {100, 101, 102}}});
+}
+
+void PopupScene::minimalUI() {
+    runningWithGroupsAndPins();
+    configure({{"minimalUI", true}});
+}
+
+void PopupScene::searchWithResults() {
+    processes->processes = {
+        {.pid = 200,
+         .ppid = 1,
+         .name = "code",
+         .user = "ann",
+         .residentBytes = 640ull << 20,
+         .cpuPercent = 7.5},
+        {.pid = 201,
+         .ppid = 200,
+         .name = "code",
+         .user = "ann",
+         .residentBytes = 310ull << 20,
+         .cpuPercent = 2.2},
+        {.pid = 500,
+         .ppid = 1,
+         .name = "colord",
+         .user = "colord",
+         .residentBytes = 12ull << 20,
+         .cpuPercent = 0},
+        {.pid = 600,
+         .ppid = 1,
+         .name = "containerd",
+         .user = "root",
+         .residentBytes = 48ull << 20,
+         .cpuPercent = 0.4},
+    };
+    model().expandSearch();
+    model().setSearchText("co");
+}
+
+PopupPanel& PopupScene::open() {
+    if (!panel) {
+        panel = std::make_unique<PopupPanel>([this] {
+            return std::make_unique<PopupModel>(*monitor, configManager, dispatcher.mainQueue(),
+                                                aggregator,
+                                                PopupModel::Actions{[] {}, [] {}, [] {}},
+                                                [](Date) { return std::string("14:05:09"); });
+        });
+        panel->show();
+    }
+    settle();
+    return *panel;
+}
+
+void PopupScene::settle() {
+    dispatcher.runUntilIdle();
+    QApplication::processEvents();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+std::vector<std::string> PopupScene::visibleTexts() {
+    std::vector<std::pair<int, std::string>> placed;
+    const auto add = [&](QWidget* widget, const QString& text) {
+        if (text.isEmpty() || !widget->isVisibleTo(panel.get())) return;
+        placed.emplace_back(widget->mapTo(panel.get(), QPoint(0, 0)).y(), text.toStdString());
+    };
+    for (QLabel* label : panel->findChildren<QLabel*>())
+        add(label, label->text());
+    for (QAbstractButton* button : panel->findChildren<QAbstractButton*>())
+        add(button, shownText(button));
+    std::ranges::stable_sort(placed, {}, &std::pair<int, std::string>::first);
+    std::vector<std::string> texts;
+    for (auto& entry : placed)
+        texts.push_back(std::move(entry.second));
+    return texts;
+}
+
+QAbstractButton* PopupScene::button(const std::string& text) {
+    for (QAbstractButton* candidate : panel->findChildren<QAbstractButton*>()) {
+        if (shownText(candidate).toStdString() == text && candidate->isVisibleTo(panel.get()))
+            return candidate;
+    }
+    ADD_FAILURE() << "no button " << text;
+    return nullptr;
+}
+
+void PopupScene::usePalette(bool dark) {
+    QPalette palette = QApplication::style()->standardPalette();
+    if (dark) {
+        palette.setColor(QPalette::Window, QColor(40, 40, 42));
+        palette.setColor(QPalette::WindowText, QColor(235, 235, 240));
+        palette.setColor(QPalette::Base, QColor(30, 30, 32));
+        palette.setColor(QPalette::AlternateBase, QColor(50, 50, 54));
+        palette.setColor(QPalette::Text, QColor(235, 235, 240));
+        palette.setColor(QPalette::Button, QColor(58, 58, 62));
+        palette.setColor(QPalette::ButtonText, QColor(235, 235, 240));
+        palette.setColor(QPalette::PlaceholderText, QColor(150, 150, 155));
+        palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(120, 120, 125));
+        palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(120, 120, 125));
+    }
+    QApplication::setPalette(palette);
+}
+
+}  // namespace ostrel::testing
