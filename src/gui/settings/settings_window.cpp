@@ -40,6 +40,9 @@ SettingsWindow::SettingsWindow(SettingsServices services, std::function<void()> 
     auto* layout = new QVBoxLayout(this);
 
     banner_ = new StatusLineView(this);
+    banner_->setAutoFillBackground(true);
+    banner_->setBackgroundRole(QPalette::AlternateBase);
+    banner_->layout()->setContentsMargins(10, 6, 10, 6);
     layout->addWidget(banner_);
 
     tabs_ = new QTabWidget(this);
@@ -80,6 +83,7 @@ QWidget* SettingsWindow::makeTab(SettingsTab tab) {
         layout->addWidget(box);
         for (const std::string_view footer : section.footers)
             layout->addWidget(footerLabel(footer, page));
+        layout->addSpacing(6);
     }
     layout->addStretch(1);
 

@@ -38,7 +38,7 @@ class SettingsPictures : public SettingsScene, public ::testing::WithParamInterf
         window->tabs()->setCurrentIndex(tab);
         // Tall enough for the whole tab, as a person would scroll through it.
         auto* scroll = qobject_cast<QScrollArea*>(window->tabs()->currentWidget());
-        window->resize(640, scroll->widget()->sizeHint().height() + 170);
+        window->resize(640, scroll->widget()->sizeHint().height() + 140);
         settle();
         const QString folder =
             qEnvironmentVariable("OSTREL_PICTURES_DIR", QStringLiteral("settings-pictures"));

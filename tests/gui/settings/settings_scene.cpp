@@ -33,6 +33,7 @@ SettingsWindow& SettingsScene::open(const std::string& managed) {
             .alerts = &alerts,
             .loginItemEnabled = &loginItem,
             .setLoginItemEnabled = [this](bool on) { loginItem.set(on); },
+            .systemInfo = systemInfo.get(),
         },
         [] {});
     window->show();

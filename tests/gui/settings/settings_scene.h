@@ -7,6 +7,7 @@
 #include "config/configuration_manager.h"
 #include "gui/settings/settings_window.h"
 #include "monitor/monitor_fixture.h"
+#include "platform/collection_sources.h"
 
 class QWidget;
 
@@ -34,6 +35,9 @@ class SettingsScene : public MonitorFixture {
     std::shared_ptr<PreferencesStore> store;
     std::unique_ptr<ConfigurationManager> configuration;
     Published<bool> loginItem{false};
+    // This machine's facts, as the about tab shows them.
+    std::unique_ptr<SystemInfoSource> systemInfo =
+        makePlatformCollectionSources(systemClock()).system;
     std::unique_ptr<SettingsWindow> window;
 };
 
