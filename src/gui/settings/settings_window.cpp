@@ -1,5 +1,6 @@
 #include "gui/settings/settings_window.h"
 
+#include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QGroupBox>
 #include <QLabel>
@@ -56,7 +57,10 @@ SettingsWindow::SettingsWindow(SettingsServices services, std::function<void()> 
     auto* buttons = new QDialogButtonBox(this);
     QPushButton* done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
     done->setDefault(true);
-    connect(done, &QPushButton::clicked, this, &QWidget::close);
+    connect(done, &QPushButton::clicked, this, [this] {
+        model_.done();
+        close();
+    });
     layout->addWidget(buttons);
 
     observation_ = model_.observe([this] { scheduleRefresh(); });
@@ -112,8 +116,9 @@ void SettingsWindow::refresh() {
 }
 
 void SettingsWindow::closeEvent(QCloseEvent* event) {
-    // Closing is "Done" by any way: no edit is lost.
-    model_.done();
+    // The window manager's close button is "Done" too, so that no edit is lost; a close that the
+    // application itself sends on quitting is not, so quitting restarts nothing.
+    if (event->spontaneous()) model_.done();
     QWidget::closeEvent(event);
 }
 
