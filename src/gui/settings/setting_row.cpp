@@ -123,7 +123,11 @@ void SettingRow::refresh() {
     if (text_) {
         const auto value = QString::fromStdString(std::get<std::string>(state.value));
         // Setting the same text again would move the cursor of a user who is typing.
-        if (text_->text() != value) text_->setText(value);
+        if (text_->text() != value) {
+            text_->setText(value);
+            // A long endpoint reads best from its scheme and host.
+            if (!text_->hasFocus()) text_->setCursorPosition(0);
+        }
         text_->setEnabled(!state.locked);
     }
     if (stepUp_) {
