@@ -34,7 +34,7 @@ class SettingsPictures : public SettingsScene, public ::testing::WithParamInterf
         settle();
     }
 
-    void save(int tab) {
+    void save(int tab, const QString& state = {}) {
         window->tabs()->setCurrentIndex(tab);
         // Tall enough for the whole tab, as a person would scroll through it.
         auto* scroll = qobject_cast<QScrollArea*>(window->tabs()->currentWidget());
@@ -44,8 +44,8 @@ class SettingsPictures : public SettingsScene, public ::testing::WithParamInterf
             qEnvironmentVariable("OSTREL_PICTURES_DIR", QStringLiteral("settings-pictures"));
         QDir().mkpath(folder);
         const auto [managed, dark] = GetParam();
-        const QString file = QStringLiteral("%1/settings-%2%3-%4.png")
-                                 .arg(folder, window->tabs()->tabText(tab).toLower(),
+        const QString file = QStringLiteral("%1/settings-%2%3%4-%5.png")
+                                 .arg(folder, window->tabs()->tabText(tab).toLower(), state,
                                       managed ? "-managed" : "", dark ? "dark" : "light");
         ASSERT_TRUE(window->grab().save(file));
         std::printf("wrote %s\n", qPrintable(QDir(file).absolutePath()));
@@ -56,6 +56,19 @@ TEST_P(SettingsPictures, EveryTab) {
     script();
     for (int tab = 0; tab < window->tabs()->count(); ++tab)
         save(tab);
+}
+
+// Upload on without a token and storage off, unless forced on: the warnings and a failed test.
+TEST_P(SettingsPictures, Warnings) {
+    script();
+    configuration->config.modify([](MonitorConfig& c) {
+        c.hecToken.clear();
+        c.storageEnabled = false;
+    });
+    monitor->connectionStatus.set(ConnectionStatus::failed("Invalid HEC token"));
+    settle();
+    save(3, "-warnings");
+    save(4, "-warnings");
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, SettingsPictures,
