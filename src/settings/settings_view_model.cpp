@@ -29,9 +29,7 @@ void subscribeTo(Published<Value>& published, const std::function<void()>& chang
 
 SettingsViewModel::SettingsViewModel(SettingsServices services) : services_(std::move(services)) {}
 
-SettingsViewModel::~SettingsViewModel() {
-    *alive_ = false;
-}
+SettingsViewModel::~SettingsViewModel() = default;
 
 const MonitorConfig& SettingsViewModel::config() const {
     return services_.configuration->config.get();
@@ -56,7 +54,9 @@ ControlState SettingsViewModel::state(const SettingControl& control) const {
     }
     const auto found = std::find_if(control.options.begin(), control.options.end(),
                                     [&](const PickerOption& o) { return o.value == shown.value; });
-    if (found != control.options.end()) shown.selectedOption = found - control.options.begin();
+    if (found != control.options.end()) {
+        shown.selectedOption = static_cast<size_t>(found - control.options.begin());
+    }
     if (control.kind == ControlKind::stepper) {
         const int64_t number = std::get<int64_t>(shown.value);
         const StepperRange& range = control.range;
@@ -121,7 +121,7 @@ void SettingsViewModel::done() {
     PerformanceMonitor* monitor = services_.monitor;
     if (!monitor) return;
     monitor->configure(config());
-    // A running monitor picks up a new interval, storage or collector only at its start.
+    // A running monitor starts again, so that its timers and files begin on the new settings.
     if (monitor->isRunning.get()) {
         monitor->stop();
         monitor->start();

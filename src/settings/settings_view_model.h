@@ -154,7 +154,7 @@ class SettingsViewModel {
     void apply(ApplyRule rule);
 
     SettingsServices services_;
-    // Cleared when the model goes, so a permission answer that comes later finds nothing.
+    // Expires with the model, so that a permission answer that comes later finds nothing.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
