@@ -6,7 +6,7 @@
 #include "app/application.h"
 #include "app/desktop_module.h"
 #include "gui/qt_main_queue.h"
-#include "gui/tray_item.h"
+#include "gui/tray/tray_item.h"
 
 extern "C" __attribute__((visibility("default"))) int ostrel_gui_main(int argc, char** argv) {
     using namespace ostrel;

@@ -39,6 +39,10 @@ bool alive(pid_t pid) {
     return state != std::string::npos && stat[state + 2] != 'Z';
 }
 
+std::string mappedFiles(pid_t pid) {
+    return testing::readFile(fs::path("/proc") / std::to_string(pid) / "maps");
+}
+
 bool contains(const std::string& text, const std::string& fragment) {
     return text.find(fragment) != std::string::npos;
 }
@@ -52,6 +56,10 @@ class ApplicationTest : public ::testing::Test {
         // Canonical, as the process list shows it.
         executable_ = fs::canonical(home_.path()) / ("ostrel-t" + std::to_string(getpid()));
         fs::copy_file(OSTREL_EXECUTABLE, executable_);
+        // The desktop module beside the copy, where the build has one.
+        const fs::path module = fs::path(OSTREL_EXECUTABLE).parent_path() / "libostrel_gui.so";
+        if (fs::exists(module))
+            fs::copy_file(module, executable_.parent_path() / module.filename());
         setVariable("HOME", home_.path());
         for (const auto& [variable, folder] : {std::pair{"XDG_CONFIG_HOME", "config"},
                                                {"XDG_DATA_HOME", "data"},
@@ -165,6 +173,7 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
               "App launched - monitoring will start shortly\n");
     const auto pid = awaitInstance();
     ASSERT_TRUE(pid);
+    const bool withModule = fs::exists(home_ / "libostrel_gui.so");
     // The launched instance found the pending start; the managed interval wins.
     const std::string running = awaitStatus({"Running: Yes", "Last collected: "});
     EXPECT_TRUE(
@@ -189,6 +198,8 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     EXPECT_EQ(ostrel({"--clear-pins"}).standardOutput, "Pinned processes cleared\n");
     EXPECT_FALSE(contains(testing::readFile(settingsFile()), "Safari"));
 
+    if (withModule) EXPECT_TRUE(contains(mappedFiles(*pid), "libQt6Widgets"));
+
     EXPECT_EQ(ostrel({"--stop"}).standardOutput,
               "Stop command sent — collection stopped (app stays running)\n");
     EXPECT_TRUE(contains(awaitStatus({"Running: No"}), "Logging: Stopped\n"));
@@ -201,6 +212,8 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     ASSERT_TRUE(headless);
     // Headless mode starts collecting by itself.
     EXPECT_TRUE(contains(awaitStatus({"Running: Yes"}), "UI Mode: Headless (no UI)\n"));
+    // The desktop module, and Qt with it, is opened only where a user interface may show.
+    EXPECT_FALSE(contains(mappedFiles(*headless), "libQt6")) << mappedFiles(*headless);
 
     EXPECT_EQ(ostrel({"--quit"}).standardOutput, "Quit command sent\n");
     EXPECT_TRUE(eventually([&] { return !alive(*headless); }));
@@ -217,6 +230,11 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     EXPECT_TRUE(contains(story, "Found pending command: start")) << story;
     EXPECT_TRUE(contains(story, "Executing clear-pins command")) << story;
     EXPECT_TRUE(contains(story, "Running in headless mode (no menu bar icon)")) << story;
+    // Offscreen has no tray: the module said so, and the application ran on.
+    if (withModule) {
+        EXPECT_TRUE(contains(story, "No menu bar icon (the desktop shows no system tray)"))
+            << story;
+    }
     // Each of the three ends, by the headless switch, --quit and the signal, said so.
     const std::string shutdown = "[INFO] [general] Application shutdown complete\n";
     size_t shutdowns = 0;

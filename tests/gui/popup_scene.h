@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "gui/popup_panel.h"
-#include "gui/popup_view.h"
+#include "gui/popup/popup_panel.h"
+#include "gui/popup/popup_view.h"
 #include "monitor/monitor_fixture.h"
 
 class QAbstractButton;

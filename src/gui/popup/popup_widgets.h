@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFrame>
 #include <QLabel>
 #include <QToolButton>
 #include <QWidget>
@@ -42,6 +43,8 @@ QToolButton* pinButton(const PinButton& pin,
                        const std::function<void(const std::string&)>& onToggle);
 // A process row: pin, name, pid or count, value (and memory in search results).
 QWidget* processRow(const ProcessRow& row, const std::function<void(const std::string&)>& onPin);
+// A rounded background of `color` at `opacity` behind `frame`'s content.
+void tintBackground(QFrame* frame, const QColor& color, double opacity);
 // One metric card, or an empty cell of clear colour.
 QWidget* metricCard(const std::optional<MetricCard>& card);
 

@@ -9,7 +9,7 @@
 #include "app/status_menu.h"
 #include "app/user_interface.h"
 #include "gui/desktop_windows.h"
-#include "gui/popup_panel.h"
+#include "gui/popup/popup_panel.h"
 #include "gui/qt_main_queue.h"
 #include "popup/process_aggregator.h"
 #include "records/published.h"

@@ -1,4 +1,4 @@
-#include "gui/tray_item.h"
+#include "gui/tray/tray_item.h"
 
 #include <QCursor>
 #include <QDesktopServices>
@@ -7,7 +7,7 @@
 #include <QUrl>
 
 #include "app/app_delegate.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
 #include "logging/logger.h"
 #include "platform/app_paths.h"
 #include "popup/popup_format.h"

@@ -1,11 +1,11 @@
-#include "gui/popup_panel.h"
+#include "gui/popup/popup_panel.h"
 
 #include <QGuiApplication>
 #include <QScreen>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-#include "gui/popup_view.h"
+#include "gui/popup/popup_view.h"
 
 namespace ostrel {
 

@@ -1,4 +1,4 @@
-#include "gui/popup_widgets.h"
+#include "gui/popup/popup_widgets.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "gui/popup_palette.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
+#include "gui/popup/popup_palette.h"
 
 namespace ostrel::PopupWidgets {
 namespace {
@@ -127,18 +127,23 @@ QWidget* processRow(const ProcessRow& row, const std::function<void(const std::s
     return widget;
 }
 
+void tintBackground(QFrame* frame, const QColor& color, double opacity) {
+    // A style sheet for the rounded corners, named so that it stays on the frame itself.
+    frame->setObjectName(QStringLiteral("tinted"));
+    frame->setStyleSheet(
+        QStringLiteral("QFrame#tinted { background: rgba(%1, %2, %3, %4); border-radius: 6px; }")
+            .arg(color.red())
+            .arg(color.green())
+            .arg(color.blue())
+            .arg(opacity));
+}
+
 QWidget* metricCard(const std::optional<MetricCard>& card) {
     auto* frame = new QFrame;
     frame->setMinimumHeight(40);
     if (!card) return frame;
     frame->setToolTip(text(card->help));
-    frame->setObjectName(QStringLiteral("card"));
-    const QColor color = resolvedColor(card->color, frame->palette());
-    frame->setStyleSheet(QStringLiteral("QFrame#card { background: rgba(%1, %2, %3, 0.12); "
-                                        "border-radius: 6px; }")
-                             .arg(color.red())
-                             .arg(color.green())
-                             .arg(color.blue()));
+    tintBackground(frame, resolvedColor(card->color, frame->palette()), 0.12);
     auto* layout = new QVBoxLayout(frame);
     layout->setContentsMargins(8, 4, 8, 4);
     layout->setSpacing(0);

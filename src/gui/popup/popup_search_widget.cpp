@@ -1,4 +1,4 @@
-#include "gui/popup_search_widget.h"
+#include "gui/popup/popup_search_widget.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -9,9 +9,9 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include "gui/popup_palette.h"
-#include "gui/popup_widgets.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
+#include "gui/popup/popup_palette.h"
+#include "gui/popup/popup_widgets.h"
 
 namespace ostrel {
 

@@ -1,4 +1,4 @@
-#include "gui/popup_palette.h"
+#include "gui/popup/popup_palette.h"
 
 namespace ostrel {
 namespace {

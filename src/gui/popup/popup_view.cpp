@@ -1,4 +1,4 @@
-#include "gui/popup_view.h"
+#include "gui/popup/popup_view.h"
 
 #include <QEvent>
 #include <QGridLayout>
@@ -8,10 +8,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "gui/popup_palette.h"
-#include "gui/popup_search_widget.h"
-#include "gui/popup_widgets.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
+#include "gui/popup/popup_palette.h"
+#include "gui/popup/popup_search_widget.h"
+#include "gui/popup/popup_widgets.h"
 
 namespace ostrel {
 
@@ -192,14 +192,7 @@ QWidget* PopupView::watchedWidget(const WatchedSection& section) {
     layout->addLayout(header);
 
     auto* box = new QFrame;
-    box->setObjectName(QStringLiteral("watchedBox"));
-    const QColor orange = resolvedColor(PopupColor::orange, palette());
-    box->setStyleSheet(
-        QStringLiteral(
-            "QFrame#watchedBox { background: rgba(%1, %2, %3, 0.15); border-radius: 6px; }")
-            .arg(orange.red())
-            .arg(orange.green())
-            .arg(orange.blue()));
+    tintBackground(box, resolvedColor(PopupColor::orange, palette()), 0.15);
     auto* rows = tightColumn(box, 2);
     rows->setContentsMargins(6, 6, 6, 6);
     for (const WatchedRow& model : section.rows) {

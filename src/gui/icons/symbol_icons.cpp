@@ -1,4 +1,4 @@
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
 
 #include <QPainter>
 #include <QPixmap>
