@@ -9,7 +9,7 @@
 
 #include "gui/settings/qt_text.h"
 #include "gui/settings/status_line_view.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
 
 namespace ostrel {
 namespace {

@@ -14,7 +14,7 @@
 #include "gui/settings/setting_row.h"
 #include "gui/settings/settings_panels.h"
 #include "gui/settings/status_line_view.h"
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
 
 namespace ostrel {
 namespace {

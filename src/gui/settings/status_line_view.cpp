@@ -4,7 +4,7 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "gui/symbol_icons.h"
+#include "gui/icons/symbol_icons.h"
 
 namespace ostrel {
 
