@@ -1,21 +1,31 @@
 #pragma once
 
+#include <memory>
+
 namespace ostrel {
 
 class AppDelegate;
+class LoginItemManager;
+class SettingsWindow;
+class SystemInfoSource;
 
 // The module's windows beside the popup: the dashboard and the settings window. The tray menu,
 // the popup and the command channel open them here; each is built on its first opening, kept
 // while the tray lives, and brought to the front when opened again.
 class DesktopWindows {
   public:
-    explicit DesktopWindows(AppDelegate& delegate) : delegate_(delegate) {}
+    explicit DesktopWindows(AppDelegate& delegate);
+    ~DesktopWindows();
 
     void openDashboard();
     void openSettings();
 
   private:
-    [[maybe_unused]] AppDelegate& delegate_;
+    AppDelegate& delegate_;
+    // What the settings window shows besides the settings; built with it.
+    std::unique_ptr<LoginItemManager> loginItem_;
+    std::unique_ptr<SystemInfoSource> systemInfo_;
+    std::unique_ptr<SettingsWindow> settings_;
 };
 
 }  // namespace ostrel

@@ -2,23 +2,12 @@
 
 #include <QAbstractButton>
 #include <QLabel>
-#include <QStyle>
-#include <QStyleFactory>
 #include <algorithm>
+
+#include "gui/test_application.h"
 
 namespace ostrel::testing {
 namespace {
-
-void ensureApplication() {
-    // One application per process, offscreen unless the caller chose a platform. Never
-    // destroyed: at exit it would outlive Qt's own globals and crash in their teardown.
-    static int argc = 1;
-    static char name[] = "ostrel-popup";
-    static char* argv[] = {name, nullptr};
-    if (QApplication::instance()) return;
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    new QApplication(argc, argv);
-}
 
 // A button's text as shown: "&&" is one ampersand.
 QString shownText(const QAbstractButton* button) {
@@ -32,8 +21,7 @@ ProcessMetricInfo process(int64_t pid, int64_t ppid, const char* name, double cp
 }  // namespace
 
 PopupScene::PopupScene() {
-    ensureApplication();
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    startTestApplication();
     build();
 }
 
@@ -180,20 +168,7 @@ QAbstractButton* PopupScene::button(const std::string& text) {
 }
 
 void PopupScene::usePalette(bool dark) {
-    QPalette palette = QApplication::style()->standardPalette();
-    if (dark) {
-        palette.setColor(QPalette::Window, QColor(40, 40, 42));
-        palette.setColor(QPalette::WindowText, QColor(235, 235, 240));
-        palette.setColor(QPalette::Base, QColor(30, 30, 32));
-        palette.setColor(QPalette::AlternateBase, QColor(50, 50, 54));
-        palette.setColor(QPalette::Text, QColor(235, 235, 240));
-        palette.setColor(QPalette::Button, QColor(58, 58, 62));
-        palette.setColor(QPalette::ButtonText, QColor(235, 235, 240));
-        palette.setColor(QPalette::PlaceholderText, QColor(150, 150, 155));
-        palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(120, 120, 125));
-        palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(120, 120, 125));
-    }
-    QApplication::setPalette(palette);
+    useTestPalette(dark);
 }
 
 }  // namespace ostrel::testing

@@ -16,7 +16,7 @@ struct SymbolEntry {
     const char* bundled;
 };
 
-constexpr std::array<SymbolEntry, 13> kSymbols{{
+constexpr std::array<SymbolEntry, 21> kSymbols{{
     {"play.fill", "media-playback-start", "play.fill.svg"},
     {"stop.fill", "media-playback-stop", "stop.fill.svg"},
     {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
@@ -31,6 +31,15 @@ constexpr std::array<SymbolEntry, 13> kSymbols{{
     // No theme tells a pinned from an unpinned pin: both are bundled.
     {"pin.fill", "", "pin.fill.svg"},
     {"pin", "", "pin.svg"},
+    // The settings window's tabs, locks and states (their images: gui/settings/icons/).
+    {"chart.bar", "", "chart.bar.svg"},
+    {"internaldrive", "drive-harddisk", "internaldrive.svg"},
+    {"bell.badge", "preferences-system-notifications", "bell.badge.svg"},
+    {"info.circle", "help-about", "info.circle.svg"},
+    {"lock.fill", "changes-prevent", "lock.fill.svg"},
+    {"lock.shield.fill", "security-high", "lock.shield.fill.svg"},
+    {"checkmark.circle.fill", "emblem-ok", "checkmark.circle.fill.svg"},
+    {"questionmark.circle", "dialog-question", "questionmark.circle.svg"},
 }};
 
 // One colour over the image's own shape.
