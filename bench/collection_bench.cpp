@@ -104,7 +104,7 @@ BENCHMARK(BM_FastSample)
 void BM_Collector(benchmark::State& state) {
     const Clock& clock = systemClock();
     CollectionSources sources = makePlatformCollectionSources(clock);
-    CPUCollector cpu(*sources.cpu);
+    CPUCollector cpu(*sources.cpu, clock);
     cpu.seed();
     MemoryCollector memory(*sources.memory);
     DiskCollector disk(*sources.disk, clock);

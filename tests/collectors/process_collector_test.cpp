@@ -146,29 +146,37 @@ ProcessTable scanAt(double sinceBoot, std::vector<ProcessReading> readings) {
             std::move(readings)};
 }
 
-TEST(ProcessCpuFromCounters, FirstSightLifetimeThenDeltaOverEachProcesssWindow) {
+TEST(ProcessCpuFromCounters, EveryProcessOverTheSameWindowNewOnesSinceTheirStart) {
     Fixture f;
     f.processes->answers = {
-        // first sight: 5 s of CPU over a 20 s life; a process started this very tick
-        scanAt(100, {counted(1, 5, 80), counted(2, 0, 100)}),
-        // 1.5 s of CPU over 2 s: one and a half cores
-        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
-        // identical scan time: no window, the previous figure stands
-        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
-        // pid 1 reused by a process started at 103; pid 2's counter went backwards
-        scanAt(104, {counted(1, 0.25, 103), counted(2, 0.1, 100)}),
+        // The baseline: no window yet, no figures.
+        scanAt(100, {counted(1, 5, 80), counted(2, 0, 90)}),
+        // 2 s on 2 processors: pid 1 used 1.5 s, pid 3 started at 101 and used 0.5 s of the
+        // window (25 %, not the 50 % of its age), pid 4 started in the tick of this scan.
+        scanAt(102, {counted(1, 6.5, 80), counted(2, 0.25, 90), counted(3, 0.5, 101),
+                     counted(4, 0, 102)}),
+        // 100 ms later: too short a window; the last figures stand, the baseline stays.
+        scanAt(102.1, {counted(1, 6.6, 80), counted(3, 0.6, 101), counted(5, 0.05, 102)}),
+        // pid 1 now belongs to a process started at 103, pid 5 started in the tick of the
+        // last real scan, unseen by it; pid 6 ran unseen before the window.
+        scanAt(104, {counted(1, 0.25, 103), counted(3, 1.5, 101), counted(5, 0.5, 102),
+                     counted(6, 9, 50)}),
     };
     auto collector = f.make();
     const auto cpuOf = [&] {
         std::vector<double> figures;
-        for (const auto& entry : collector->collectProcessInfo())
+        double sum = 0;
+        for (const auto& entry : collector->collectProcessInfo()) {
             figures.push_back(entry.cpuPercent);
+            sum += entry.cpuPercent;
+        }
+        EXPECT_LE(sum, 200 + 0.05 * static_cast<double>(figures.size()));  // 2 processors
         return figures;
     };
-    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 0}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 2.5}));  // both back to lifetime averages
+    EXPECT_EQ(cpuOf(), (std::vector<double>{0, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{75, 12.5, 25, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{75, 25, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{12.5, 50, 25, 0}));
 }
 
 TEST(ProcessMemoryRefinement, TimerFillsCacheFromLargestProcessesAndFollowsInterval) {
