@@ -36,6 +36,7 @@ struct Scripted {
 };
 
 struct FakeProcesses : ProcessSource, Scripted<ProcessTable> {
+    FakeProcesses() { answers = {ProcessTable{}}; }
     tl::expected<ProcessTable, ReadError> listProcesses() override { return next(); }
 };
 struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, double>> {
@@ -47,12 +48,16 @@ struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, do
     }
 };
 struct FakeDisk : ProcessDiskSource, Scripted<std::vector<ProcessDiskCounters>> {
-    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() override {
+    std::vector<std::vector<int32_t>> listings;
+    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters(
+        const std::vector<int32_t>& pids) override {
+        listings.push_back(pids);
         return next();
     }
 };
 struct FakeNetwork : ProcessNetworkSource, Scripted<std::vector<ProcessNetworkCounters>> {
-    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override {
+    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters(
+        const std::vector<int32_t>&) override {
         return next();
     }
 };
@@ -179,36 +184,39 @@ TEST(ProcessCpuFromCounters, EveryProcessOverTheSameWindowNewOnesSinceTheirStart
     EXPECT_EQ(cpuOf(), (std::vector<double>{12.5, 50, 25, 0}));
 }
 
-TEST(ProcessMemoryRefinement, TimerFillsCacheFromLargestProcessesAndFollowsInterval) {
+TEST(ProcessMemoryRefinement, SamplesHandOverTheirLargestAndRefineAtMostOncePerInterval) {
     Fixture f;
-    f.list({measured(1, "small", 0, 10), measured(2, "big", 0, 500), measured(3, "mid", 0, 100)});
+    f.list({measured(1, "small", 0, 10), measured(2, "big", 0, 500), measured(3, "mid", 0, 100),
+            measured(4, "kthreadd", 0, 0)});
     f.memory->answers = {std::unordered_map<int32_t, double>{{2, 321.04}}};
     auto collector = f.make(true);
+    f.dispatcher.advance(seconds(10));
+    EXPECT_TRUE(f.memory->candidates.empty());  // no sample, no refinement
 
-    // Before the first refinement, resident sizes hold.
+    // Before the first refinement, resident sizes hold. A kernel thread has no memory to refine.
     EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
-    f.dispatcher.advance(Duration::zero());  // the timer starts at once
+    f.dispatcher.runUntilIdle();
     ASSERT_EQ(f.memory->candidates.size(), 1u);
     EXPECT_EQ(f.memory->candidates[0], (std::vector<int32_t>{2, 3, 1}));
     const std::vector<ProcessMetricInfo> refined = collector->collect().topMemory.value();
-    ASSERT_EQ(refined.size(), 3u);
     EXPECT_EQ(refined[0].memoryMB, 321.0);
     EXPECT_EQ(refined[1].memoryMB, 100);
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 1u);  // within the interval
 
-    f.dispatcher.advance(seconds(2));
-    EXPECT_EQ(f.memory->candidates.size(), 2u);
     collector->setMemoryUpdateInterval(0);  // at least one second
     f.dispatcher.advance(milliseconds(1000));
-    EXPECT_EQ(f.memory->candidates.size(), 4u);  // restarted at once, then after 1 s
+    collector->collect();
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 2u);
 
     // A failed refinement empties the cache: resident sizes again.
     f.memory->answers = {tl::unexpected(ReadError::permission)};
     f.dispatcher.advance(seconds(1));
+    collector->collect();
+    f.dispatcher.runUntilIdle();
     EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
-
-    collector.reset();
     EXPECT_EQ(f.dispatcher.activeTimers(), 0u);
-    f.dispatcher.advance(seconds(5));
 }
 
 ProcessDiskCounters io(int32_t pid, uint64_t read, uint64_t written) {
@@ -237,6 +245,24 @@ TEST(ProcessDiskStats, RatesOverMeasuredTimeAfterABaselineSkippingShortWindowsAn
     EXPECT_EQ(all, (std::vector<ProcessDiskInfo>{{2, "p2", 150, 100}, {3, "p3", 0, 0.5}}));
     EXPECT_EQ(collector->collectDiskStats(1).size(), 0u);  // same reading again, no change
     EXPECT_EQ(collector->aggregateDiskForPids({2, 3, 99}), std::make_pair(150.0, 100.5));
+}
+
+TEST(ProcessDiskStats, ReadTheProcessesOfTheSamplesOwnListing) {
+    Fixture f;
+    f.list({measured(1, "a", 0, 1), measured(2, "b", 0, 1)});
+    f.disk->answers = {std::vector<ProcessDiskCounters>{}};
+    auto collector = f.make();
+    collector->collectDiskStats(5);  // no sample has listed yet: it lists once
+    collector->collect();
+    collector->collectDiskStats(5);
+    EXPECT_EQ(f.processes->calls, 2u);
+    // A process started after the listing is read with the next one.
+    f.list({measured(1, "a", 0, 1), measured(2, "b", 0, 1), measured(7, "new", 0, 1)});
+    collector->collectDiskStats(5);
+    collector->collect();
+    collector->collectDiskStats(5);
+    EXPECT_EQ(f.disk->listings,
+              (std::vector<std::vector<int32_t>>{{1, 2}, {1, 2}, {1, 2}, {1, 2, 7}}));
 }
 
 TEST(ProcessNetworkStats, RanksByTotalKeepsLastResultWhenSourceFails) {

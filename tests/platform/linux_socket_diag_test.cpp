@@ -142,25 +142,26 @@ TEST(LinuxProcessNetworkSource, SumsPerProcessAndListsSocketsOnlyWhenTheCountCha
     diag->sockets = {{500, 100, 10}, {501, 50, 5}, {600, 0, 0}, {700, 9, 9}};
     testing::VirtualClock clock;
     LinuxProcessNetworkSource source(proc.path(), nullptr, clock, diag);
+    const std::vector<int32_t> listed = {20, 21};
 
-    EXPECT_EQ(source.readNetworkCounters().value(),
+    EXPECT_EQ(source.readNetworkCounters(listed).value(),
               (std::vector<ProcessNetworkCounters>{{20, "curl", 150, 15}}));
     diag->sockets[0].bytesReceived = 300;
     clock.advance(seconds(2));
-    EXPECT_EQ(source.readNetworkCounters().value().front().bytesIn, 350u);
+    EXPECT_EQ(source.readNetworkCounters(listed).value().front().bytesIn, 350u);
     EXPECT_EQ(diag->dumps, 1);
     EXPECT_EQ(diag->lookups, 1);
 
     proc.write("net/sockstat", "TCP: inuse 4 orphan 0\n");
     clock.advance(seconds(2));
-    source.readNetworkCounters();
+    source.readNetworkCounters(listed);
     EXPECT_EQ(diag->dumps, 2);
     clock.advance(LinuxProcessNetworkSource::kDiscoveryPeriod);
-    source.readNetworkCounters();
+    source.readNetworkCounters(listed);
     EXPECT_EQ(diag->dumps, 3);
     diag->failLookups = true;
     clock.advance(seconds(1));
-    EXPECT_EQ(source.readNetworkCounters().value().size(), 1u);  // fell back to the full list
+    EXPECT_EQ(source.readNetworkCounters(listed).value().size(), 1u);  // fell back to the full list
     EXPECT_EQ(diag->dumps, 4);
 }
 
@@ -188,7 +189,7 @@ TEST(LinuxProcessNetworkSource, CountsThisProcesssLoopbackTraffic) {
     for (int attempt = 0; attempt < 100 && self.bytesOut < 3000; ++attempt) {
         if (attempt > 0) usleep(10000);
         clock.advance(seconds(1));
-        const auto counters = source.readNetworkCounters();
+        const auto counters = source.readNetworkCounters({getpid()});
         ASSERT_TRUE(counters) << describe(counters.error());
         for (const auto& entry : *counters) {
             if (entry.pid == getpid()) self = entry;
