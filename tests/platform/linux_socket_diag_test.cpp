@@ -58,7 +58,7 @@ TEST(SockDiagReplies, SocketsWithOwnersAndCountersUntilDoneErrorsAndTruncation) 
     EXPECT_EQ(sockdiag::parseDatagram(asBytes(cut), sockets).error(), ReadError::parse);
 }
 
-TEST(SocketOwnerCache, ReadsNewProcessesOwnersOftenAndEveryoneRarely) {
+TEST(SocketOwnerCache, ReadsNewProcessesAndOwnersOnlyForUnknownSocketsAndEveryoneRarely) {
     using Plan = procfs::SocketOwnerCache::Plan;
     procfs::SocketOwnerCache owners;
     Duration now = seconds(1000);
@@ -80,15 +80,17 @@ TEST(SocketOwnerCache, ReadsNewProcessesOwnersOftenAndEveryoneRarely) {
     EXPECT_EQ(owners.owner(8), 2);
     EXPECT_FALSE(owners.owner(9));  // another user's: waits for the next full read
 
+    // Every socket has its owner: a new process is not read.
     now += seconds(1);
-    const Plan quiet = step({7, 8, 9}, {1, 2, 3, 4}, tables);
-    EXPECT_EQ(quiet.pidsToRead, std::vector<int32_t>{4});  // only the new process
+    EXPECT_TRUE(step({7, 8, 9}, {1, 2, 3, 4}, tables).pidsToRead.empty());
 
+    // A socket of unknown owner: the processes not read yet, and the owners.
     now += seconds(1);
-    const Plan unknown = step({7, 8, 9, 10}, {1, 2, 3, 4}, {{1, {7, 10}}, {2, {8}}});
+    const Plan unknown = step({7, 8, 9, 10, 12}, {1, 2, 3, 4}, {{1, {7, 10}}, {2, {8}}, {4, {12}}});
     EXPECT_TRUE(unknown.owners);
-    EXPECT_EQ(unknown.pidsToRead, (std::vector<int32_t>{1, 2}));
+    EXPECT_EQ(unknown.pidsToRead, (std::vector<int32_t>{1, 2, 4}));
     EXPECT_EQ(owners.owner(10), 1);
+    EXPECT_EQ(owners.owner(12), 4);
 
     now += seconds(1);
     EXPECT_TRUE(step({7, 8, 9, 10, 11}, {1, 2, 3, 4}, tables).pidsToRead.empty());  // too soon
