@@ -1,5 +1,6 @@
-// CPU time of one sample on this machine (the benchmark thread's own CPU time, so the process
-// collector's memory refinement on its own queue is not counted: it is off the sampling path).
+// CPU time of one sample on this machine, collector by collector: the benchmark thread's own
+// CPU time, so neither the memory refinement on its own queue nor the monitor's queues are
+// counted. What the running agent costs is monitor_steady_cost_bench's figure, not this one.
 //
 //   build/bench/collection_bench                  all benchmarks
 //   build/bench/collection_bench --print-sample   one full sample as its metric-file line
@@ -104,7 +105,7 @@ BENCHMARK(BM_FastSample)
 void BM_Collector(benchmark::State& state) {
     const Clock& clock = systemClock();
     CollectionSources sources = makePlatformCollectionSources(clock);
-    CPUCollector cpu(*sources.cpu);
+    CPUCollector cpu(*sources.cpu, clock);
     cpu.seed();
     MemoryCollector memory(*sources.memory);
     DiskCollector disk(*sources.disk, clock);

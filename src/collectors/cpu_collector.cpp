@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "collectors/rate.h"
 #include "logging/logger.h"
 #include "records/formatters.h"
 
@@ -23,6 +24,7 @@ double tenthsOfPercent(uint64_t delta, double total) {
 struct Comparison {
     std::optional<Shares> shares;
     bool wentBack = false;
+    bool tooShort = false;
 };
 
 // Busy shares between two tick samples; none when no tick passed or a counter went back.
@@ -46,7 +48,8 @@ Comparison compare(const CpuTicks& before, const CpuTicks& now) {
 
 }  // namespace
 
-CPUCollector::CPUCollector(CpuSource& source) : source_(source) {}
+CPUCollector::CPUCollector(CpuSource& source, const Clock& clock)
+    : source_(source), clock_(clock) {}
 
 void CPUCollector::seed() {
     auto ticks = source_.readTicks();
@@ -56,8 +59,9 @@ void CPUCollector::seed() {
             category);
         return;
     }
+    const Duration now = clock_.monotonic();
     std::lock_guard lock(sampleLock_);
-    lastTickSample_ = *ticks;
+    lastTickSample_ = Baseline{*ticks, now};
 }
 
 int64_t CPUCollector::processorCount() {
@@ -87,12 +91,16 @@ void CPUCollector::collectUsagePercentages(CPUMetrics& metrics, bool updateBasel
                         category);
         return;
     }
+    const Duration now = clock_.monotonic();
     Comparison result;
     {
         // Compare and move as one step, so overlapping samples never share half a baseline.
         std::lock_guard lock(sampleLock_);
-        if (lastTickSample_) result = compare(*lastTickSample_, *ticks);
-        if (updateBaseline) lastTickSample_ = *ticks;
+        if (lastTickSample_) {
+            result.tooShort = now - lastTickSample_->takenAt < kMinimumShareWindow;
+            if (!result.tooShort) result = compare(lastTickSample_->ticks, *ticks);
+        }
+        if (updateBaseline && !result.tooShort) lastTickSample_ = Baseline{*ticks, now};
     }
     if (result.wentBack) {
         Logger::debug("CPU tick counter went backwards, skipping sample", category);

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <optional>
 
+#include "platform/clock.h"
 #include "platform/cpu_source.h"
 #include "records/system_metrics.h"
 
@@ -10,10 +11,12 @@ namespace ostrel {
 
 // Fills CPUMetrics: load averages, busy shares since the baseline tick sample, thermal state.
 // The baseline moves only when the caller says so, so that interface samples between two
-// stored ones all measure against the last stored sample.
+// stored ones all measure against the last stored sample. A sample less than
+// kMinimumShareWindow after the baseline has no shares and leaves the baseline where it is, so
+// that a sample right after launch does not report a tick or two as the machine's load.
 class CPUCollector {
   public:
-    explicit CPUCollector(CpuSource& source);
+    CPUCollector(CpuSource& source, const Clock& clock);
 
     // Takes the first baseline.
     void seed();
@@ -24,9 +27,15 @@ class CPUCollector {
     void collectThermalState(CPUMetrics& metrics);
 
   private:
+    struct Baseline {
+        CpuTicks ticks;
+        Duration takenAt;  // monotonic
+    };
+
     CpuSource& source_;
+    const Clock& clock_;
     std::mutex sampleLock_;
-    std::optional<CpuTicks> lastTickSample_;
+    std::optional<Baseline> lastTickSample_;
 };
 
 }  // namespace ostrel

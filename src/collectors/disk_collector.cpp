@@ -55,11 +55,15 @@ void DiskCollector::collectDiskSpace(DiskMetrics& metrics) {
     const DiskCapacity capacity = source_.capacity();
     metrics.totalGB = gigabytes(capacity.totalBytes);
     metrics.freeGB = gigabytes(capacity.availableBytes);
-    if (!metrics.totalGB || !metrics.freeGB) return;
-    const double used = *metrics.totalGB - *metrics.freeGB;
-    metrics.usedGB = roundedTo(used, 1);
+    if (!capacity.totalBytes || !capacity.availableBytes) return;
+    // As df counts: used is what no block holds free, and the share is of the part a user can
+    // fill (used plus available), so blocks held back for the superuser count on neither side.
+    const uint64_t free = capacity.freeBytes.value_or(*capacity.availableBytes);
+    const uint64_t used = *capacity.totalBytes > free ? *capacity.totalBytes - free : 0;
+    const double usable = static_cast<double>(used) + static_cast<double>(*capacity.availableBytes);
+    metrics.usedGB = gigabytes(used);
     metrics.percentUsed =
-        *metrics.totalGB > 0 ? static_cast<int64_t>(std::round(used / *metrics.totalGB * 100)) : 0;
+        usable > 0 ? static_cast<int64_t>(std::round(static_cast<double>(used) / usable * 100)) : 0;
 }
 
 void DiskCollector::collectDiskIO(DiskMetrics& metrics, bool updateBaseline) {

@@ -52,7 +52,7 @@ MetricsAggregator::MetricsAggregator(CollectionSources sources, ProcessSources p
                                      Dispatcher& dispatcher)
     : clock_(dispatcher.clock()),
       sources_(std::move(sources)),
-      cpuCollector_(*sources_.cpu),
+      cpuCollector_(*sources_.cpu, clock_),
       memoryCollector_(*sources_.memory),
       diskCollector_(*sources_.disk, clock_),
       networkCollector_(*sources_.network),

@@ -39,10 +39,10 @@ void PowerCollector::collectBatteryInfo(PowerMetrics& metrics) {
 
 void PowerCollector::collectSleepAssertions(PowerMetrics& metrics) {
     const auto assertions = source_.sleepAssertions();
-    if (!assertions) {
+    if (assertionsHealth_.startsFailing(!assertions)) {
         Logger::debug("Failed to get power assertions", Logger::Category::collection);
-        return;
     }
+    if (!assertions) return;
     int64_t total = 0;
     for (const SleepAssertion& assertion : *assertions) {
         if (assertion.count >= 1 && holdsSleepOff(assertion.name)) total += assertion.count;

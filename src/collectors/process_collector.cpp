@@ -61,17 +61,13 @@ ProcessCollector::ProcessCollector(ProcessSources sources, Dispatcher& dispatche
       cpuTracker_(std::make_unique<ProcessCpuTracker>()),
       clock_(dispatcher.clock()),
       memoryCollectionQueue_(dispatcher.makeSerialQueue(kMemoryQueueLabel)),
-      memory_(
-          std::make_shared<ProcessMemoryRefresher>(sources_, dispatcher, *memoryCollectionQueue_)) {
-    if (sources_.memory) memory_->start();
-}
+      memory_(std::make_shared<ProcessMemoryRefresher>(sources_, dispatcher,
+                                                       *memoryCollectionQueue_)) {}
 
 ProcessCollector::ProcessCollector(Dispatcher& dispatcher)
     : ProcessCollector(makePlatformProcessSources(dispatcher.clock()), dispatcher) {}
 
-ProcessCollector::~ProcessCollector() {
-    memory_->stop();
-}
+ProcessCollector::~ProcessCollector() = default;
 
 void ProcessCollector::setMemoryUpdateInterval(int seconds) {
     if (sources_.memory) memory_->setInterval(seconds);
@@ -86,6 +82,15 @@ std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
     auto table = sources_.processes->listProcesses();
     processHealth_.note(table);
     if (!table) return std::nullopt;
+    {
+        std::vector<int32_t> pids;
+        pids.reserve(table->processes.size());
+        for (const ProcessReading& reading : table->processes)
+            pids.push_back(reading.pid);
+        std::sort(pids.begin(), pids.end());
+        std::lock_guard guard(processInfoCacheLock_);
+        lastListedPids_ = std::move(pids);
+    }
 
     std::erase_if(table->processes, [this](const ProcessReading& reading) {
         return isOwnToolChild(reading, sources_.ownPid);
@@ -159,9 +164,19 @@ ProcessMetrics ProcessCollector::collect() {
     return metrics;
 }
 
+std::vector<int32_t> ProcessCollector::listedPids() {
+    {
+        std::lock_guard guard(processInfoCacheLock_);
+        if (lastListedPids_) return *lastListedPids_;
+    }
+    listEntries();
+    std::lock_guard guard(processInfoCacheLock_);
+    return lastListedPids_.value_or(std::vector<int32_t>{});
+}
+
 std::vector<ProcessNetworkInfo> ProcessCollector::collectNetworkStats(int limit) {
     if (!sources_.network) return {};
-    auto counters = sources_.network->readNetworkCounters();
+    auto counters = sources_.network->readNetworkCounters(listedPids());
     networkHealth_.note(counters);
     if (!counters) return {};
 
@@ -188,7 +203,7 @@ std::vector<ProcessNetworkInfo> ProcessCollector::collectNetworkStats(int limit)
 std::vector<ProcessDiskInfo> ProcessCollector::collectDiskStats(int limit) {
     if (!sources_.disk) return {};
     const Duration now = clock_.monotonic();
-    auto counters = sources_.disk->readDiskCounters();
+    auto counters = sources_.disk->readDiskCounters(listedPids());
     diskHealth_.note(counters);
     if (!counters) return {};
 

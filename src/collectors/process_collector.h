@@ -47,8 +47,8 @@ class ProcessCollector {
     // How many entries `collect` keeps in topCPU and topMemory.
     static constexpr size_t kTopCount = 20;
 
-    // Starts the memory refinement timer on its own serial queue from `dispatcher`, which must
-    // outlive the collector.
+    // Refines memory on its own serial queue from `dispatcher`, which must outlive the
+    // collector.
     ProcessCollector(ProcessSources sources, Dispatcher& dispatcher);
     // With this machine's sources.
     explicit ProcessCollector(Dispatcher& dispatcher);
@@ -71,7 +71,8 @@ class ProcessCollector {
     // `aggregate`), the `limit` busiest first.
     std::vector<ProcessSearchResult> searchProcesses(const std::string& query, int limit,
                                                      bool aggregate);
-    // The refinement period follows the collection interval; at least 1 second.
+    // Refinements are at least this far apart, following the collection interval; at least
+    // 1 second.
     void setMemoryUpdateInterval(int seconds);
 
     // Sums over the last network and disk results for a set of pids.
@@ -82,6 +83,9 @@ class ProcessCollector {
     std::vector<ProcessEntry> collectProcessInfo();
 
   private:
+    // The pids of the last listing, which the per-process readers share so that a sample lists
+    // /proc once; listed now when no sample has listed yet.
+    std::vector<int32_t> listedPids();
     WatchedProcessMetrics aggregate(const std::string& pattern, bool byPrefix);
     // The list, or nothing when the source could not list processes at all.
     std::optional<std::vector<ProcessEntry>> listEntries();
@@ -99,6 +103,7 @@ class ProcessCollector {
 
     mutable std::mutex processInfoCacheLock_;
     std::vector<ProcessEntry> lastCollectedProcessInfos_;
+    std::optional<std::vector<int32_t>> lastListedPids_;
 
     SourceHealth processHealth_{"Process list"};
     SourceHealth networkHealth_{"Per-process network counters"};

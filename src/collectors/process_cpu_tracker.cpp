@@ -1,5 +1,7 @@
 #include "collectors/process_cpu_tracker.h"
 
+#include "collectors/rate.h"
+
 namespace ostrel {
 
 namespace {
@@ -9,53 +11,67 @@ double percentOf(Duration cpu, Duration wall) {
            std::chrono::duration<double>(wall).count() * 100.0;
 }
 
+bool hasCounters(const ProcessReading& reading) {
+    return reading.cpuTime && reading.startTime;
+}
+
 }  // namespace
 
+std::vector<std::optional<double>> ProcessCpuTracker::lastFigures(const ProcessTable& table) const {
+    std::vector<std::optional<double>> result;
+    result.reserve(table.processes.size());
+    for (const ProcessReading& reading : table.processes) {
+        std::optional<double> figure = reading.cpuPercent;
+        if (!figure && hasCounters(reading)) {
+            const auto known = baselines_.find(reading.pid);
+            if (known != baselines_.end() && known->second.startTime == *reading.startTime) {
+                figure = known->second.lastPercent;
+            }
+        }
+        result.push_back(figure);
+    }
+    return result;
+}
+
 std::vector<std::optional<double>> ProcessCpuTracker::percentages(const ProcessTable& table) {
+    std::lock_guard guard(lock_);
+    if (scanTime_ && table.scanTime - *scanTime_ < kMinimumShareWindow) return lastFigures(table);
+
+    const std::optional<Duration> windowStart = scanTime_;
+    const Duration window = windowStart ? table.scanTime - *windowStart : Duration::zero();
     std::vector<std::optional<double>> result;
     result.reserve(table.processes.size());
     std::unordered_map<int32_t, Baseline> next;
     next.reserve(table.processes.size());
-
-    std::lock_guard guard(lock_);
     for (const ProcessReading& reading : table.processes) {
-        if (reading.cpuPercent) {
+        if (reading.cpuPercent || !hasCounters(reading)) {
             result.push_back(reading.cpuPercent);
-            continue;
-        }
-        if (!reading.cpuTime || !reading.startTime) {
-            result.push_back(std::nullopt);
             continue;
         }
         const Duration cpuTime = *reading.cpuTime;
         const Duration startTime = *reading.startTime;
-        Baseline updated{startTime, cpuTime, table.scanTime, std::nullopt};
-
-        const auto previous = baselines_.find(reading.pid);
-        const bool sameProcess = previous != baselines_.end() &&
-                                 previous->second.startTime == startTime &&
-                                 cpuTime >= previous->second.cpuTime;
-        if (sameProcess) {
-            const Baseline& old = previous->second;
-            const Duration window = table.scanTime - old.scanTime;
-            if (window >= kMinimumWindow) {
-                updated.lastPercent = percentOf(cpuTime - old.cpuTime, window);
-            } else {
-                // Too short a window, or a scan older than the baseline (two scans that
-                // overlapped): keep the baseline and its figure.
-                updated = old;
+        std::optional<Duration> used;
+        if (windowStart) {
+            const auto previous = baselines_.find(reading.pid);
+            if (previous != baselines_.end() && previous->second.startTime == startTime &&
+                cpuTime >= previous->second.cpuTime) {
+                used = cpuTime - previous->second.cpuTime;
+            } else if (startTime >= *windowStart) {
+                // New since the last scan (a reused pid too): all its time falls in the window.
+                // Start and scan times are both in whole ticks, so one that started in the
+                // tick of the last scan, unseen by it, counts as new as well.
+                used = cpuTime;
             }
+            // Otherwise it ran before the window without being seen (it could not be read
+            // then): there is nothing to measure from until the next scan.
         }
-        if (!updated.lastPercent) {
-            // First sight, a reused pid, or counters that went backwards: the lifetime average
-            // is the only figure the counters support.
-            const Duration age = table.scanTime - startTime;
-            updated.lastPercent = age > Duration::zero() ? percentOf(cpuTime, age) : 0.0;
-        }
-        result.push_back(updated.lastPercent);
-        next.emplace(reading.pid, updated);
+        const std::optional<double> percent =
+            used ? std::optional(percentOf(*used, window)) : std::nullopt;
+        next.emplace(reading.pid, Baseline{startTime, cpuTime, percent});
+        result.push_back(percent);
     }
     baselines_ = std::move(next);
+    scanTime_ = table.scanTime;
     return result;
 }
 

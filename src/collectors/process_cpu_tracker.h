@@ -9,15 +9,16 @@
 
 namespace ostrel {
 
-// Turns cumulative CPU time into a percentage per process (100 = one full core) over the time
-// since that process's previous scan. A process seen for the first time, or a pid that now
-// belongs to another process, gets its lifetime average. Safe to call from several threads.
+// Turns cumulative CPU time into a percentage per process (100 = one full core), every process
+// over the same window: the time since the previous scan. A process that started within the
+// window is measured on all the time it used since its start, over that same window, as pidstat
+// does; dividing by its age instead would make a process a few milliseconds old read 100 %.
+// So one scan's figures add up to at most 100 times the processor count. The first scan only
+// takes the baseline. A scan less than kMinimumShareWindow after the baseline (or older than
+// it: two scans that overlapped) leaves the baseline alone and gives each process the figure
+// of its last real window. Safe to call from several threads.
 class ProcessCpuTracker {
   public:
-    // Below this, tick-granular counters give noise rather than a rate; the previous figure
-    // stands and the baseline waits for a longer window.
-    static constexpr Duration kMinimumWindow = std::chrono::milliseconds(50);
-
     // One percentage per reading, in the table's order. A reading that carries its own
     // percentage keeps it; one with neither counter nor percentage gets nothing.
     std::vector<std::optional<double>> percentages(const ProcessTable& table);
@@ -26,11 +27,13 @@ class ProcessCpuTracker {
     struct Baseline {
         Duration startTime;
         Duration cpuTime;
-        Duration scanTime;
         std::optional<double> lastPercent;
     };
 
+    std::vector<std::optional<double>> lastFigures(const ProcessTable& table) const;
+
     std::mutex lock_;
+    std::optional<Duration> scanTime_;
     std::unordered_map<int32_t, Baseline> baselines_;
 };
 

@@ -1,14 +1,26 @@
 #include "collectors/process_memory_refresher.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace ostrel {
 
+namespace {
+
+constexpr Duration kSlack = std::chrono::milliseconds(100);
+
+Duration secondsOf(double seconds) {
+    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
+}
+
+}  // namespace
+
 std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& readings,
                                            size_t count) {
-    std::vector<size_t> order(readings.size());
-    std::iota(order.begin(), order.end(), size_t{0});
+    std::vector<size_t> order;
+    order.reserve(readings.size());
+    for (size_t i = 0; i < readings.size(); ++i) {
+        if (readings[i].residentBytes > 0) order.push_back(i);
+    }
     count = std::min(count, order.size());
     std::partial_sort(order.begin(), order.begin() + count, order.end(), [&](size_t a, size_t b) {
         const uint64_t sizeA = readings[a].residentBytes, sizeB = readings[b].residentBytes;
@@ -23,31 +35,14 @@ std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& re
 
 ProcessMemoryRefresher::ProcessMemoryRefresher(ProcessSources sources, Dispatcher& dispatcher,
                                                SerialQueue& queue)
-    : sources_(std::move(sources)), dispatcher_(dispatcher), queue_(queue) {}
-
-void ProcessMemoryRefresher::start() {
-    queue_.async([weak = weak_from_this()] {
-        if (auto self = weak.lock()) self->restartTimer();
-    });
-}
+    : sources_(std::move(sources)),
+      dispatcher_(dispatcher),
+      queue_(queue),
+      interval_(secondsOf(kDefaultInterval)) {}
 
 void ProcessMemoryRefresher::setInterval(int seconds) {
-    queue_.async([weak = weak_from_this(), seconds] {
-        auto self = weak.lock();
-        if (!self) return;
-        self->interval_ = std::max(seconds, 1);
-        self->restartTimer();
-    });
-}
-
-void ProcessMemoryRefresher::stop() {
-    std::unique_ptr<Timer> timer;
-    {
-        std::lock_guard guard(timerLock_);
-        stopped_ = true;
-        timer = std::move(timer_);
-    }
-    if (timer) timer->cancel();
+    std::lock_guard guard(candidatesLock_);
+    interval_ = secondsOf(std::max(seconds, 1));
 }
 
 std::unordered_map<int32_t, double> ProcessMemoryRefresher::figures() {
@@ -56,50 +51,27 @@ std::unordered_map<int32_t, double> ProcessMemoryRefresher::figures() {
 }
 
 void ProcessMemoryRefresher::setCandidates(std::vector<int32_t> pids) {
-    std::lock_guard guard(candidatesLock_);
-    candidates_ = std::move(pids);
-}
-
-void ProcessMemoryRefresher::restartTimer() {
-    std::unique_ptr<Timer> previous;
+    const Duration now = dispatcher_.clock().monotonic();
     {
-        std::lock_guard guard(timerLock_);
-        if (stopped_) return;
-        previous = std::move(timer_);
+        std::lock_guard guard(candidatesLock_);
+        candidates_ = std::move(pids);
+        // Samples come at the collection interval, a refinement at most once per interval.
+        // The 100 ms of slack keep a timer that fires a little early from skipping a round.
+        const bool due = !lastStart_ || now - *lastStart_ >= interval_ - kSlack;
+        if (refreshing_ || !due) return;
+        refreshing_ = true;
+        lastStart_ = now;
     }
-    if (previous) previous->cancel();
-    auto timer = dispatcher_.makeTimer(queue_,
-                                       TimerSchedule{.firstDeadline = Duration::zero(),
-                                                     .period = std::chrono::duration_cast<Duration>(
-                                                         std::chrono::duration<double>(interval_)),
-                                                     .leeway = std::chrono::milliseconds(100)},
-                                       [weak = weak_from_this()] {
-                                           if (auto self = weak.lock()) self->refresh();
-                                       });
-    std::lock_guard guard(timerLock_);
-    if (stopped_) {
-        timer->cancel();
-        return;
-    }
-    timer_ = std::move(timer);
+    queue_.async([weak = weak_from_this()] {
+        if (auto self = weak.lock()) self->refresh();
+    });
 }
 
 void ProcessMemoryRefresher::refresh() {
-    {
-        std::lock_guard guard(refreshingLock_);
-        if (refreshing_) return;
-        refreshing_ = true;
-    }
     std::vector<int32_t> pids;
     {
         std::lock_guard guard(candidatesLock_);
         pids = candidates_;
-    }
-    // No sample has listed the processes yet: the refresher lists them itself.
-    if (pids.empty() && sources_.processes) {
-        if (const auto table = sources_.processes->listProcesses()) {
-            pids = largestByResidentSize(table->processes, kProcessCount);
-        }
     }
     auto refined = sources_.memory->refinedMemoryMB(pids);
     health_.note(refined);
@@ -108,7 +80,7 @@ void ProcessMemoryRefresher::refresh() {
         std::lock_guard guard(figuresLock_);
         figures_ = refined ? std::move(*refined) : std::unordered_map<int32_t, double>{};
     }
-    std::lock_guard guard(refreshingLock_);
+    std::lock_guard guard(candidatesLock_);
     refreshing_ = false;
 }
 

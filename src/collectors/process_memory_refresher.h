@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -13,12 +14,15 @@
 namespace ostrel {
 
 // The pids of the `count` largest processes by resident size, largest first; ties keep the
-// list's order.
+// list's order. Processes without resident memory (kernel threads have no memory map) are left
+// out: there is nothing to refine.
 std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& readings,
                                            size_t count);
 
-// Refined memory figures of the largest processes, read by a timer on a serial queue of its
-// own, off the sampling path. The queue's tasks and the timer hold the refresher weakly, so they
+// Refined memory figures of the largest processes, read on a serial queue of its own, off the
+// sampling path. A sample that lists the processes hands over its largest ones, which starts a
+// refinement when the last one is at least an interval old; no sample, no refinement, so with
+// processes not collected nothing runs at all. Queued tasks hold the refresher weakly, so they
 // end without a word once its owner is gone.
 class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemoryRefresher> {
   public:
@@ -26,22 +30,18 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
     // How many of the largest processes get a refined figure.
     static constexpr size_t kProcessCount = 20;
 
-    // To be started only with `sources.memory` set. `dispatcher` and `queue` must outlive it.
+    // Only with `sources.memory` set. `dispatcher` and `queue` must outlive it.
     ProcessMemoryRefresher(ProcessSources sources, Dispatcher& dispatcher, SerialQueue& queue);
 
-    // Start the timer, or restart it with a period of `seconds` (at least 1), on the queue.
-    void start();
+    // The least time between two refinements, in seconds (at least 1).
     void setInterval(int seconds);
-    // Cancels the timer for good; from the owner's destructor.
-    void stop();
 
     // The figures of the last refinement by pid; empty after a failed one.
     std::unordered_map<int32_t, double> figures();
-    // The pids to refine next, largest first, from the last sample's list.
+    // The pids to refine, largest first, from a sample's list; starts a refinement when due.
     void setCandidates(std::vector<int32_t> pids);
 
   private:
-    void restartTimer();
     void refresh();
 
     ProcessSources sources_;
@@ -51,16 +51,12 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
 
     std::mutex figuresLock_;
     std::unordered_map<int32_t, double> figures_;
+    // Guards the candidates and the schedule.
     std::mutex candidatesLock_;
     std::vector<int32_t> candidates_;
-    std::mutex refreshingLock_;
+    Duration interval_;
+    std::optional<Duration> lastStart_;  // monotonic
     bool refreshing_ = false;
-
-    // Touched on the queue, and by stop() from the owner's destructor.
-    std::mutex timerLock_;
-    std::unique_ptr<Timer> timer_;
-    double interval_ = kDefaultInterval;
-    bool stopped_ = false;
 };
 
 }  // namespace ostrel

@@ -17,16 +17,19 @@ class SourceHealth {
 
     template <class T>
     void note(const tl::expected<T, ReadError>& result) {
-        bool startedFailing = false;
-        {
-            std::lock_guard guard(lock_);
-            startedFailing = !result && !failing_;
-            failing_ = !result;
-        }
-        if (startedFailing) {
+        if (startsFailing(!result)) {
             Logger::warning(what_ + " unavailable: " + std::string(describe(result.error())),
                             Logger::Category::collection);
         }
+    }
+
+    // Whether this reading is the first failure after success, for a caller that logs in
+    // words of its own.
+    bool startsFailing(bool failed) {
+        std::lock_guard guard(lock_);
+        const bool started = failed && !failing_;
+        failing_ = failed;
+        return started;
     }
 
   private:

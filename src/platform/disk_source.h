@@ -8,7 +8,13 @@ namespace ostrel {
 // Capacity of the boot volume; a figure the platform does not give stays absent.
 struct DiskCapacity {
     std::optional<uint64_t> totalBytes;
+    // Every free block, those that only the superuser may use included. Absent where no blocks
+    // are held back, so that free and available are the same.
+    std::optional<uint64_t> freeBytes;
+    // What an ordinary user may still write.
     std::optional<uint64_t> availableBytes;
+
+    bool operator==(const DiskCapacity&) const = default;
 };
 
 // Bytes transferred since boot, over all physical disks.

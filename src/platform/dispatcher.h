@@ -54,9 +54,10 @@ class Dispatcher {
 
 namespace ostrel {
 
-// The program's dispatcher: a thread per serial queue, one timer thread, and a main queue that
-// runMainLoop() serves on the thread that calls it. A GUI passes a main queue of its own,
-// served by its event loop; runMainLoop is then not used.
+// The program's dispatcher: a thread per serial queue, which also fires that queue's timers, and
+// a main queue that runMainLoop() serves on the thread that calls it, timers included. A GUI
+// passes a main queue of its own, served by its event loop; runMainLoop is then not used, and a
+// timer thread posts the firings of that queue's timers to it.
 class MainLoopDispatcher : public Dispatcher {
   public:
     // Runs main-queue tasks until quitMainLoop(); tasks posted after the quit stay queued.

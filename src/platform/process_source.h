@@ -67,11 +67,15 @@ struct ProcessDiskCounters {
     bool operator==(const ProcessDiskCounters&) const = default;
 };
 
+// The per-process readers below read the processes of the sample's own listing (`pids`,
+// ascending) rather than listing them again. A process that ended since the listing is left out
+// in silence; one that started since is read with the next sample's listing.
 class ProcessDiskSource {
   public:
     virtual ~ProcessDiskSource() = default;
     // Processes whose counters cannot be read, or that have done no disk I/O, may be left out.
-    virtual tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() = 0;
+    virtual tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters(
+        const std::vector<int32_t>& pids) = 0;
 };
 
 // Bytes one process has received and sent over its open connections, cumulative.
@@ -89,7 +93,8 @@ class ProcessNetworkSource {
     virtual ~ProcessNetworkSource() = default;
     // One reading per process with traffic; processes whose sockets cannot be attributed are
     // left out.
-    virtual tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() = 0;
+    virtual tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters(
+        const std::vector<int32_t>& pids) = 0;
 };
 
 // The sources of one machine. Any of the optional ones may be null: its figures stay absent.

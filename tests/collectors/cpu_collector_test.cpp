@@ -4,14 +4,18 @@
 
 #include "collectors/fake_sources.h"
 #include "support/log_recorder.h"
+#include "support/virtual_dispatcher.h"
 
 namespace ostrel {
 namespace {
 
+using namespace std::chrono_literals;
+
 struct CPUCollectorTest : ::testing::Test {
-    // Sets the next reading and takes a storage sample's shares.
+    // Sets the next reading and takes a storage sample's shares `after` the previous one.
     std::tuple<std::optional<double>, std::optional<double>, std::optional<double>> shares(
-        uint64_t user, uint64_t system, uint64_t idle, uint64_t nice = 0) {
+        uint64_t user, uint64_t system, uint64_t idle, uint64_t nice = 0, Duration after = 2s) {
+        clock.advance(after);
         source.ticks = CpuTicks{.user = user, .system = system, .idle = idle, .nice = nice};
         CPUMetrics metrics;
         collector.collectUsagePercentages(metrics, true);
@@ -22,7 +26,8 @@ struct CPUCollectorTest : ::testing::Test {
 
     testing::LogRecorder log;
     testing::FakeCpuSource source;
-    CPUCollector collector{source};
+    testing::VirtualClock clock;
+    CPUCollector collector{source, clock};
 };
 
 TEST_F(CPUCollectorTest, SharesOfTheTicksSinceTheBaselineInTenthsOfAPercent) {
@@ -30,6 +35,15 @@ TEST_F(CPUCollectorTest, SharesOfTheTicksSinceTheBaselineInTenthsOfAPercent) {
     EXPECT_EQ(shares(10, 10, 80), std::tuple(10.0, 10.0, 80.0));
     // 1 of 16 ticks is 6.25%: halves round away from zero. Nice ticks count in the total only.
     EXPECT_EQ(shares(11, 10, 94, 1), std::tuple(6.3, 0.0, 87.5));
+}
+
+TEST_F(CPUCollectorTest, AWindowOfAFewMillisecondsGivesNoSharesAndKeepsTheBaseline) {
+    collector.seed();
+    // One tick of system time in the moment after launch would read as 100 % system.
+    EXPECT_EQ(shares(0, 1, 0, 0, 5ms), none);
+    EXPECT_EQ(shares(0, 2, 0, 0, 240ms), none);
+    // The next sample measures from the seed, over the whole quarter second.
+    EXPECT_EQ(shares(2, 2, 21, 0, 5ms), std::tuple(8.0, 8.0, 84.0));
 }
 
 TEST_F(CPUCollectorTest, WithoutABaselineOrWithoutTicksNoSharesAreGivenButTheBaselineMoves) {

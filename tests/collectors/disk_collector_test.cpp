@@ -30,7 +30,7 @@ struct DiskCollectorTest : ::testing::Test {
     std::optional<DiskCollector> collector;
 };
 
-TEST_F(DiskCollectorTest, SpaceRoundsGigabytesAndTakesThePercentageFromUnroundedUse) {
+TEST_F(DiskCollectorTest, SpaceCountsAsDfDoesWithBlocksHeldBackForTheSuperuser) {
     make(DiskIOCounters{});
     const auto space = [&](DiskCapacity capacity) {
         source.space = capacity;
@@ -38,10 +38,14 @@ TEST_F(DiskCollectorTest, SpaceRoundsGigabytesAndTakesThePercentageFromUnrounded
         collector->collectDiskSpace(metrics);
         return metrics;
     };
-    EXPECT_EQ(space({500'000'000'000, 123'450'000'000}),
-              (DiskMetrics{.totalGB = 500.0, .usedGB = 376.5, .freeGB = 123.5, .percentUsed = 75}));
-    EXPECT_EQ(space({0, 1'000'000'000}).percentUsed, 0);
-    EXPECT_EQ(space({1'000'000'000, std::nullopt}), (DiskMetrics{.totalGB = 1.0}));
+    // 100 GB with 30 GB free, 5 GB of it held back: df shows 70 used, 25 available, 74 %.
+    EXPECT_EQ(space({100'000'000'000, 30'000'000'000, 25'000'000'000}),
+              (DiskMetrics{.totalGB = 100.0, .usedGB = 70.0, .freeGB = 25.0, .percentUsed = 74}));
+    // Nothing held back: used is total minus available, the share is of the total.
+    EXPECT_EQ(space({500'000'000'000, std::nullopt, 123'440'000'000}),
+              (DiskMetrics{.totalGB = 500.0, .usedGB = 376.6, .freeGB = 123.4, .percentUsed = 75}));
+    EXPECT_EQ(space({0, std::nullopt, 1'000'000'000}).percentUsed, 0);
+    EXPECT_EQ(space({1'000'000'000, std::nullopt, std::nullopt}), (DiskMetrics{.totalGB = 1.0}));
 }
 
 TEST_F(DiskCollectorTest, RatesDivideByTheMeasuredTimeWithFourKibibyteTransfers) {

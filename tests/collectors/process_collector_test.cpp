@@ -36,6 +36,7 @@ struct Scripted {
 };
 
 struct FakeProcesses : ProcessSource, Scripted<ProcessTable> {
+    FakeProcesses() { answers = {ProcessTable{}}; }
     tl::expected<ProcessTable, ReadError> listProcesses() override { return next(); }
 };
 struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, double>> {
@@ -47,12 +48,16 @@ struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, do
     }
 };
 struct FakeDisk : ProcessDiskSource, Scripted<std::vector<ProcessDiskCounters>> {
-    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() override {
+    std::vector<std::vector<int32_t>> listings;
+    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters(
+        const std::vector<int32_t>& pids) override {
+        listings.push_back(pids);
         return next();
     }
 };
 struct FakeNetwork : ProcessNetworkSource, Scripted<std::vector<ProcessNetworkCounters>> {
-    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override {
+    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters(
+        const std::vector<int32_t>&) override {
         return next();
     }
 };
@@ -146,61 +151,72 @@ ProcessTable scanAt(double sinceBoot, std::vector<ProcessReading> readings) {
             std::move(readings)};
 }
 
-TEST(ProcessCpuFromCounters, FirstSightLifetimeThenDeltaOverEachProcesssWindow) {
+TEST(ProcessCpuFromCounters, EveryProcessOverTheSameWindowNewOnesSinceTheirStart) {
     Fixture f;
     f.processes->answers = {
-        // first sight: 5 s of CPU over a 20 s life; a process started this very tick
-        scanAt(100, {counted(1, 5, 80), counted(2, 0, 100)}),
-        // 1.5 s of CPU over 2 s: one and a half cores
-        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
-        // identical scan time: no window, the previous figure stands
-        scanAt(102, {counted(1, 8, 80), counted(2, 0.5, 100)}),
-        // pid 1 reused by a process started at 103; pid 2's counter went backwards
-        scanAt(104, {counted(1, 0.25, 103), counted(2, 0.1, 100)}),
+        // The baseline: no window yet, no figures.
+        scanAt(100, {counted(1, 5, 80), counted(2, 0, 90)}),
+        // 2 s on 2 processors: pid 1 used 1.5 s, pid 3 started at 101 and used 0.5 s of the
+        // window (25 %, not the 50 % of its age), pid 4 started in the tick of this scan.
+        scanAt(102, {counted(1, 6.5, 80), counted(2, 0.25, 90), counted(3, 0.5, 101),
+                     counted(4, 0, 102)}),
+        // 100 ms later: too short a window; the last figures stand, the baseline stays.
+        scanAt(102.1, {counted(1, 6.6, 80), counted(3, 0.6, 101), counted(5, 0.05, 102)}),
+        // pid 1 now belongs to a process started at 103, pid 5 started in the tick of the
+        // last real scan, unseen by it; pid 6 ran unseen before the window.
+        scanAt(104, {counted(1, 0.25, 103), counted(3, 1.5, 101), counted(5, 0.5, 102),
+                     counted(6, 9, 50)}),
     };
     auto collector = f.make();
     const auto cpuOf = [&] {
         std::vector<double> figures;
-        for (const auto& entry : collector->collectProcessInfo())
+        double sum = 0;
+        for (const auto& entry : collector->collectProcessInfo()) {
             figures.push_back(entry.cpuPercent);
+            sum += entry.cpuPercent;
+        }
+        EXPECT_LE(sum, 200 + 0.05 * static_cast<double>(figures.size()));  // 2 processors
         return figures;
     };
-    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 0}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{150, 25}));
-    EXPECT_EQ(cpuOf(), (std::vector<double>{25, 2.5}));  // both back to lifetime averages
+    EXPECT_EQ(cpuOf(), (std::vector<double>{0, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{75, 12.5, 25, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{75, 25, 0}));
+    EXPECT_EQ(cpuOf(), (std::vector<double>{12.5, 50, 25, 0}));
 }
 
-TEST(ProcessMemoryRefinement, TimerFillsCacheFromLargestProcessesAndFollowsInterval) {
+TEST(ProcessMemoryRefinement, SamplesHandOverTheirLargestAndRefineAtMostOncePerInterval) {
     Fixture f;
-    f.list({measured(1, "small", 0, 10), measured(2, "big", 0, 500), measured(3, "mid", 0, 100)});
+    f.list({measured(1, "small", 0, 10), measured(2, "big", 0, 500), measured(3, "mid", 0, 100),
+            measured(4, "kthreadd", 0, 0)});
     f.memory->answers = {std::unordered_map<int32_t, double>{{2, 321.04}}};
     auto collector = f.make(true);
+    f.dispatcher.advance(seconds(10));
+    EXPECT_TRUE(f.memory->candidates.empty());  // no sample, no refinement
 
-    // Before the first refinement, resident sizes hold.
+    // Before the first refinement, resident sizes hold. A kernel thread has no memory to refine.
     EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
-    f.dispatcher.advance(Duration::zero());  // the timer starts at once
+    f.dispatcher.runUntilIdle();
     ASSERT_EQ(f.memory->candidates.size(), 1u);
     EXPECT_EQ(f.memory->candidates[0], (std::vector<int32_t>{2, 3, 1}));
     const std::vector<ProcessMetricInfo> refined = collector->collect().topMemory.value();
-    ASSERT_EQ(refined.size(), 3u);
     EXPECT_EQ(refined[0].memoryMB, 321.0);
     EXPECT_EQ(refined[1].memoryMB, 100);
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 1u);  // within the interval
 
-    f.dispatcher.advance(seconds(2));
-    EXPECT_EQ(f.memory->candidates.size(), 2u);
     collector->setMemoryUpdateInterval(0);  // at least one second
     f.dispatcher.advance(milliseconds(1000));
-    EXPECT_EQ(f.memory->candidates.size(), 4u);  // restarted at once, then after 1 s
+    collector->collect();
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 2u);
 
     // A failed refinement empties the cache: resident sizes again.
     f.memory->answers = {tl::unexpected(ReadError::permission)};
     f.dispatcher.advance(seconds(1));
+    collector->collect();
+    f.dispatcher.runUntilIdle();
     EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 500);
-
-    collector.reset();
     EXPECT_EQ(f.dispatcher.activeTimers(), 0u);
-    f.dispatcher.advance(seconds(5));
 }
 
 ProcessDiskCounters io(int32_t pid, uint64_t read, uint64_t written) {
@@ -229,6 +245,24 @@ TEST(ProcessDiskStats, RatesOverMeasuredTimeAfterABaselineSkippingShortWindowsAn
     EXPECT_EQ(all, (std::vector<ProcessDiskInfo>{{2, "p2", 150, 100}, {3, "p3", 0, 0.5}}));
     EXPECT_EQ(collector->collectDiskStats(1).size(), 0u);  // same reading again, no change
     EXPECT_EQ(collector->aggregateDiskForPids({2, 3, 99}), std::make_pair(150.0, 100.5));
+}
+
+TEST(ProcessDiskStats, ReadTheProcessesOfTheSamplesOwnListing) {
+    Fixture f;
+    f.list({measured(1, "a", 0, 1), measured(2, "b", 0, 1)});
+    f.disk->answers = {std::vector<ProcessDiskCounters>{}};
+    auto collector = f.make();
+    collector->collectDiskStats(5);  // no sample has listed yet: it lists once
+    collector->collect();
+    collector->collectDiskStats(5);
+    EXPECT_EQ(f.processes->calls, 2u);
+    // A process started after the listing is read with the next one.
+    f.list({measured(1, "a", 0, 1), measured(2, "b", 0, 1), measured(7, "new", 0, 1)});
+    collector->collectDiskStats(5);
+    collector->collect();
+    collector->collectDiskStats(5);
+    EXPECT_EQ(f.disk->listings,
+              (std::vector<std::vector<int32_t>>{{1, 2}, {1, 2}, {1, 2}, {1, 2, 7}}));
 }
 
 TEST(ProcessNetworkStats, RanksByTotalKeepsLastResultWhenSourceFails) {

@@ -5,6 +5,17 @@ namespace {
 
 using SideTimersTest = MonitorFixture;
 
+// CPU alerts in the background, every check past the threshold alerting; no memory alerts.
+MonitorConfig backgroundCpuAlerts() {
+    MonitorConfig config;
+    config.alertsEnabled = config.alertInBackground = true;
+    config.alertSustainedSeconds = 0;
+    config.alertCooldownMinutes =
+        1;  // the shortest: a check past the threshold alerts once a minute
+    config.alertMemoryPressureLevel = 0;
+    return config;
+}
+
 TEST_F(SideTimersTest, ADurationLimitStopsWithinTheMinuteAfterItsEndAndZeroDoesNotClearIt) {
     build();
     MonitorConfig config;
@@ -39,16 +50,23 @@ TEST_F(SideTimersTest, ADurationLimitStopsWithinTheMinuteAfterItsEndAndZeroDoesN
     EXPECT_TRUE(monitor->isRunning.get());
 }
 
+TEST_F(SideTimersTest, ALaunchWithBackgroundAlertsRaisesNoAlertFromItsOwnFirstMoments) {
+    build();
+    // An idle machine, but the launch itself keeps a processor busy for its first moments.
+    cpu->busyShare = 1;
+    dispatcher.advance(20ms);
+    monitor->configure(backgroundCpuAlerts());  // the first check, 20 ms after the baseline
+    cpu->busyShare = 0.02;
+    dispatcher.advance(10s);  // the second check spans the launch too
+    EXPECT_TRUE(stored().alerts.empty());
+    EXPECT_EQ(log.matching("Background alerts started").size(), 1u);
+}
+
 TEST_F(SideTimersTest, BackgroundAlertsRunOnlyWhileStoppedAndStoreEventsWithoutSamples) {
     build();
     cpu->busyShare = 0.95;
     dispatcher.advance(2s);
-    MonitorConfig config;
-    config.alertsEnabled = config.alertInBackground = true;
-    config.alertCooldownMinutes =
-        1;  // the shortest: a check past the threshold alerts once a minute
-    config.alertMemoryPressureLevel = 0;
-    monitor->configure(config);  // stopped: one check at once, then every 10 s
+    monitor->configure(backgroundCpuAlerts());  // stopped: one check at once, then every 10 s
     dispatcher.runUntilIdle();
     EXPECT_EQ(stored().alerts.size(), 1u);
     dispatcher.advance(60s);

@@ -45,16 +45,25 @@ TEST(ProcStatTicks, RefusesMalformedTextRatherThanGuessing) {
 
 TEST(Meminfo, ReadsTheUsedLinesInBytesAndSkipsMalformedOnes) {
     const auto kib = [](uint64_t count) { return count * 1024; };
-    EXPECT_EQ(parseMeminfo(fixture("proc_meminfo_vm_no_swap.txt")),
-              (MeminfoValues{.total = kib(24683620),
-                             .free = kib(21402800),
-                             .available = kib(23841696),
-                             .active = kib(1149296),
-                             .inactive = kib(1650088),
-                             .unevictable = kib(20932),
-                             .zswap = 0,
-                             .swapTotal = 0,
-                             .swapFree = 0}));
+    const MeminfoValues vm = parseMeminfo(fixture("proc_meminfo_vm_no_swap.txt"));
+    EXPECT_EQ(vm, (MeminfoValues{.total = kib(24683620),
+                                 .free = kib(21402800),
+                                 .available = kib(23841696),
+                                 .active = kib(1149296),
+                                 .inactive = kib(1650088),
+                                 .unevictable = kib(20932),
+                                 .slabUnreclaimable = kib(33768),
+                                 .kernelStack = kib(2256),
+                                 .pageTables = kib(4676),
+                                 .secondaryPageTables = 0,
+                                 .percpu = kib(688),
+                                 .zswap = 0,
+                                 .swapTotal = 0,
+                                 .swapFree = 0}));
+    // Wired: pinned user pages and the kernel memory that is never reclaimed.
+    EXPECT_EQ(wiredBytes(vm), kib(20932 + 33768 + 2256 + 4676 + 688));
+    EXPECT_EQ(wiredBytes(MeminfoValues{.kernelStack = 4096}), 4096u);  // an older kernel
+    EXPECT_FALSE(wiredBytes(MeminfoValues{.total = 4096}));
     EXPECT_EQ(parseMeminfo("MemTotal: 100 kB\nMemFree: lots kB\nActive: 5\nInactive(anon): 7 kB\n"
                            "Inactive:\nUnevictable: 99999999999999999999 kB\nSwapFree: 1 MB\n"),
               (MeminfoValues{.total = 102400}));

@@ -58,7 +58,7 @@ TEST(SockDiagReplies, SocketsWithOwnersAndCountersUntilDoneErrorsAndTruncation) 
     EXPECT_EQ(sockdiag::parseDatagram(asBytes(cut), sockets).error(), ReadError::parse);
 }
 
-TEST(SocketOwnerCache, ReadsNewProcessesOwnersOftenAndEveryoneRarely) {
+TEST(SocketOwnerCache, ReadsNewProcessesAndOwnersOnlyForUnknownSocketsAndEveryoneRarely) {
     using Plan = procfs::SocketOwnerCache::Plan;
     procfs::SocketOwnerCache owners;
     Duration now = seconds(1000);
@@ -80,15 +80,17 @@ TEST(SocketOwnerCache, ReadsNewProcessesOwnersOftenAndEveryoneRarely) {
     EXPECT_EQ(owners.owner(8), 2);
     EXPECT_FALSE(owners.owner(9));  // another user's: waits for the next full read
 
+    // Every socket has its owner: a new process is not read.
     now += seconds(1);
-    const Plan quiet = step({7, 8, 9}, {1, 2, 3, 4}, tables);
-    EXPECT_EQ(quiet.pidsToRead, std::vector<int32_t>{4});  // only the new process
+    EXPECT_TRUE(step({7, 8, 9}, {1, 2, 3, 4}, tables).pidsToRead.empty());
 
+    // A socket of unknown owner: the processes not read yet, and the owners.
     now += seconds(1);
-    const Plan unknown = step({7, 8, 9, 10}, {1, 2, 3, 4}, {{1, {7, 10}}, {2, {8}}});
+    const Plan unknown = step({7, 8, 9, 10, 12}, {1, 2, 3, 4}, {{1, {7, 10}}, {2, {8}}, {4, {12}}});
     EXPECT_TRUE(unknown.owners);
-    EXPECT_EQ(unknown.pidsToRead, (std::vector<int32_t>{1, 2}));
+    EXPECT_EQ(unknown.pidsToRead, (std::vector<int32_t>{1, 2, 4}));
     EXPECT_EQ(owners.owner(10), 1);
+    EXPECT_EQ(owners.owner(12), 4);
 
     now += seconds(1);
     EXPECT_TRUE(step({7, 8, 9, 10, 11}, {1, 2, 3, 4}, tables).pidsToRead.empty());  // too soon
@@ -142,25 +144,26 @@ TEST(LinuxProcessNetworkSource, SumsPerProcessAndListsSocketsOnlyWhenTheCountCha
     diag->sockets = {{500, 100, 10}, {501, 50, 5}, {600, 0, 0}, {700, 9, 9}};
     testing::VirtualClock clock;
     LinuxProcessNetworkSource source(proc.path(), nullptr, clock, diag);
+    const std::vector<int32_t> listed = {20, 21};
 
-    EXPECT_EQ(source.readNetworkCounters().value(),
+    EXPECT_EQ(source.readNetworkCounters(listed).value(),
               (std::vector<ProcessNetworkCounters>{{20, "curl", 150, 15}}));
     diag->sockets[0].bytesReceived = 300;
     clock.advance(seconds(2));
-    EXPECT_EQ(source.readNetworkCounters().value().front().bytesIn, 350u);
+    EXPECT_EQ(source.readNetworkCounters(listed).value().front().bytesIn, 350u);
     EXPECT_EQ(diag->dumps, 1);
     EXPECT_EQ(diag->lookups, 1);
 
     proc.write("net/sockstat", "TCP: inuse 4 orphan 0\n");
     clock.advance(seconds(2));
-    source.readNetworkCounters();
+    source.readNetworkCounters(listed);
     EXPECT_EQ(diag->dumps, 2);
     clock.advance(LinuxProcessNetworkSource::kDiscoveryPeriod);
-    source.readNetworkCounters();
+    source.readNetworkCounters(listed);
     EXPECT_EQ(diag->dumps, 3);
     diag->failLookups = true;
     clock.advance(seconds(1));
-    EXPECT_EQ(source.readNetworkCounters().value().size(), 1u);  // fell back to the full list
+    EXPECT_EQ(source.readNetworkCounters(listed).value().size(), 1u);  // fell back to the full list
     EXPECT_EQ(diag->dumps, 4);
 }
 
@@ -188,7 +191,7 @@ TEST(LinuxProcessNetworkSource, CountsThisProcesssLoopbackTraffic) {
     for (int attempt = 0; attempt < 100 && self.bytesOut < 3000; ++attempt) {
         if (attempt > 0) usleep(10000);
         clock.advance(seconds(1));
-        const auto counters = source.readNetworkCounters();
+        const auto counters = source.readNetworkCounters({getpid()});
         ASSERT_TRUE(counters) << describe(counters.error());
         for (const auto& entry : *counters) {
             if (entry.pid == getpid()) self = entry;

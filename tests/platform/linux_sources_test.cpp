@@ -38,12 +38,11 @@ TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLev
     EXPECT_EQ(low.pressureLevel, 4);  // less than 5% available, no PSI
     EXPECT_EQ(low.swap,
               (SwapUsage{8388604ull * 1024, (8388604ull - 8000000) * 1024, 8000000ull * 1024}));
-    // Unevictable pages count as wired, zswap as compressed; pgpgin and pgpgout count KiB, the
-    // sample counts pages.
+    // zswap counts as compressed; pgpgin and pgpgout count KiB, the sample counts pages.
     EXPECT_EQ(low.vmStats, (VmStats{.freeBytes = 21402800ull * 1024,
                                     .activeBytes = 1149296ull * 1024,
                                     .inactiveBytes = 1650088ull * 1024,
-                                    .wiredBytes = 20932ull * 1024,
+                                    .wiredBytes = (20932ull + 33768 + 2256 + 4676 + 688) * 1024,
                                     .compressedBytes = 102400ull * 1024,
                                     .pageIns = pages(1690289),
                                     .pageOuts = pages(7089056),
@@ -153,8 +152,16 @@ TEST(LinuxDiskSource, CountsWholeDisksThatSysfsListsIncludingHotPluggedOnes) {
     EXPECT_EQ(source.ioCounters(), (DiskIOCounters{14 * 512, 24 * 512}));
 
     const DiskCapacity capacity = source.capacity();
-    ASSERT_TRUE(capacity.totalBytes && capacity.availableBytes);
-    EXPECT_LE(*capacity.availableBytes, *capacity.totalBytes);
+    ASSERT_TRUE(capacity.totalBytes && capacity.freeBytes && capacity.availableBytes);
+    EXPECT_LE(*capacity.availableBytes, *capacity.freeBytes);
+    EXPECT_LE(*capacity.freeBytes, *capacity.totalBytes);
+    // An ext4 volume of 1000 blocks of 4 KiB, 300 free of which 50 are held back for root.
+    struct statvfs reserved {};
+    reserved.f_frsize = 4096;
+    reserved.f_blocks = 1000;
+    reserved.f_bfree = 300;
+    reserved.f_bavail = 250;
+    EXPECT_EQ(capacityFromStatvfs(reserved), (DiskCapacity{1000 * 4096, 300 * 4096, 250 * 4096}));
     EXPECT_FALSE(
         LinuxDiskSource(proc.path(), "/nonexistent", clock, "/nonexistent").capacity().totalBytes);
     EXPECT_FALSE(LinuxDiskSource("/nonexistent", sys.path(), clock).ioCounters());

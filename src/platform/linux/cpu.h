@@ -12,9 +12,13 @@
 
 namespace ostrel {
 
-// The aggregate "cpu" line of /proc/stat mapped to the four counters: steal, irq and softirq
-// are time the processor was not idle and not ours, so they join system; iowait is idle time
-// spent waiting. guest and guest_nice are already inside user and nice.
+// The aggregate "cpu" line of /proc/stat mapped to the four counters behind the three shares
+// of a sample. irq and softirq are kernel work, and steal is time the hypervisor gave to
+// another guest: the processor was busy but not with our user code, so all three join system.
+// iowait is idle time with a disk request outstanding, so it joins idle. guest and guest_nice
+// are already inside user and nice (proc(5)). Nice counts in the total only. Against
+// `sar -u ALL`: user = %usr + %guest, system = %sys + %irq + %soft + %steal,
+// idle = %idle + %iowait.
 tl::expected<CpuTicks, ReadError> parseProcStatTicks(std::string_view text);
 
 // The three load averages at the start of /proc/loadavg, as getloadavg reads them.

@@ -1,7 +1,5 @@
 #include "platform/linux/disk.h"
 
-#include <sys/statvfs.h>
-
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -63,14 +61,19 @@ LinuxDiskSource::LinuxDiskSource(std::string procRoot, std::string sysRoot, cons
       volume_(std::move(volume)),
       disks_(clock, diskRediscovery) {}
 
+DiskCapacity capacityFromStatvfs(const struct statvfs& info) {
+    // ext4 and others hold back blocks (5 % by default) that only root may fill: they are free
+    // but not available, and df counts them neither as used nor as available.
+    const uint64_t unit = info.f_frsize ? info.f_frsize : info.f_bsize;
+    return {.totalBytes = static_cast<uint64_t>(info.f_blocks) * unit,
+            .freeBytes = static_cast<uint64_t>(info.f_bfree) * unit,
+            .availableBytes = static_cast<uint64_t>(info.f_bavail) * unit};
+}
+
 DiskCapacity LinuxDiskSource::capacity() {
     struct statvfs info;
     if (::statvfs(volume_.c_str(), &info) != 0) return {};
-    // Available is what an unprivileged user may still write: blocks reserved for root are
-    // neither free nor used from the user's side.
-    const uint64_t unit = info.f_frsize ? info.f_frsize : info.f_bsize;
-    return {.totalBytes = static_cast<uint64_t>(info.f_blocks) * unit,
-            .availableBytes = static_cast<uint64_t>(info.f_bavail) * unit};
+    return capacityFromStatvfs(info);
 }
 
 std::vector<std::string> LinuxDiskSource::findWholeDisks() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/statvfs.h>
+
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,6 +25,9 @@ bool isWholeDisk(std::string_view name, bool hasDevice);
 // of a listed disk is malformed: a partial sum would look like a counter going backwards.
 std::optional<DiskIOCounters> sumDiskstats(std::string_view text,
                                            const std::vector<std::string>& disks);
+
+// Capacity of a file system as statvfs gives it, in bytes.
+DiskCapacity capacityFromStatvfs(const struct statvfs& info);
 
 // Capacity from statvfs of the boot volume; I/O counters from /proc/diskstats over the whole
 // disks that /sys/block lists, looked up again once a minute so hot-plugged disks join.

@@ -61,6 +61,11 @@ MeminfoValues parseMeminfo(std::string_view text) {
         {"Active:", &MeminfoValues::active},
         {"Inactive:", &MeminfoValues::inactive},
         {"Unevictable:", &MeminfoValues::unevictable},
+        {"SUnreclaim:", &MeminfoValues::slabUnreclaimable},
+        {"KernelStack:", &MeminfoValues::kernelStack},
+        {"PageTables:", &MeminfoValues::pageTables},
+        {"SecPageTables:", &MeminfoValues::secondaryPageTables},
+        {"Percpu:", &MeminfoValues::percpu},
         {"Zswap:", &MeminfoValues::zswap},
         {"SwapTotal:", &MeminfoValues::swapTotal},
         {"SwapFree:", &MeminfoValues::swapFree},
@@ -77,6 +82,19 @@ MeminfoValues parseMeminfo(std::string_view text) {
         }
     }
     return values;
+}
+
+std::optional<uint64_t> wiredBytes(const MeminfoValues& meminfo) {
+    std::optional<uint64_t> total;
+    for (const auto& part : {meminfo.unevictable, meminfo.slabUnreclaimable, meminfo.kernelStack,
+                             meminfo.pageTables, meminfo.secondaryPageTables, meminfo.percpu}) {
+        if (!part) continue;
+        uint64_t sum = 0;
+        // Only a corrupt file could overflow: no figure rather than a wrapped one.
+        if (__builtin_add_overflow(total.value_or(0), *part, &sum)) return std::nullopt;
+        total = sum;
+    }
+    return total;
 }
 
 VmstatCounters parseVmstat(std::string_view text) {
@@ -180,13 +198,13 @@ MemorySnapshot LinuxMemorySource::read() {
         snapshot.vmStats = tl::unexpected(meminfoText.error());
         return snapshot;
     }
-    // Unevictable pages cannot be paged out, like wired ones; zswap holds compressed pages.
-    // pgpgin and pgpgout count KiB, so they are turned into pages to match the swap counts.
+    // zswap holds compressed pages. pgpgin and pgpgout count KiB, so they are turned into pages
+    // to match the swap counts.
     snapshot.vmStats = VmStats{
         .freeBytes = meminfo.free,
         .activeBytes = meminfo.active,
         .inactiveBytes = meminfo.inactive,
-        .wiredBytes = meminfo.unevictable,
+        .wiredBytes = wiredBytes(meminfo),
         .compressedBytes = meminfo.zswap,
         .pageIns = pagesFromKibibytes(counters.pgpgin, pageSize_),
         .pageOuts = pagesFromKibibytes(counters.pgpgout, pageSize_),

@@ -20,6 +20,11 @@ struct MeminfoValues {
     std::optional<uint64_t> active;
     std::optional<uint64_t> inactive;
     std::optional<uint64_t> unevictable;
+    std::optional<uint64_t> slabUnreclaimable;
+    std::optional<uint64_t> kernelStack;
+    std::optional<uint64_t> pageTables;
+    std::optional<uint64_t> secondaryPageTables;
+    std::optional<uint64_t> percpu;
     std::optional<uint64_t> zswap;
     std::optional<uint64_t> swapTotal;
     std::optional<uint64_t> swapFree;
@@ -27,6 +32,15 @@ struct MeminfoValues {
     bool operator==(const MeminfoValues&) const = default;
 };
 MeminfoValues parseMeminfo(std::string_view text);
+
+// Memory that cannot be paged out or reclaimed, the counterpart of wired pages. The kernel's
+// meminfo documentation (Documentation/filesystems/proc.rst) names it in two parts: user pages
+// pinned in memory (Unevictable: mlocked pages, ramfs, locked shared memory), and the kernel's
+// own memory that it never frees under pressure: SUnreclaim (slab that cannot be reclaimed),
+// KernelStack, PageTables, SecPageTables (KVM and IOMMU tables) and Percpu. Reclaimable slab,
+// caches and buffers are left out: the kernel gives them back. A line the kernel lacks adds
+// nothing; none of them at all gives no figure.
+std::optional<uint64_t> wiredBytes(const MeminfoValues& meminfo);
 
 // Cumulative paging counters of /proc/vmstat as the kernel prints them: pgpgin and pgpgout in
 // KiB, pswpin and pswpout in pages.

@@ -78,6 +78,16 @@ tl::expected<FileDescriptor, ReadError> openDirectory(const char* path, int dirf
     return FileDescriptor(fd);
 }
 
+tl::expected<int, ReadError> KeptDirectory::get() {
+    std::lock_guard guard(lock_);
+    if (!fd_) {
+        auto opened = openDirectory(path_.c_str());
+        if (!opened) return tl::unexpected(opened.error());
+        fd_ = std::move(*opened);
+    }
+    return fd_.get();
+}
+
 PidPath::PidPath(int32_t pid, std::string_view file) {
     char* end = std::to_chars(text_, text_ + 16, pid).ptr;
     if (!file.empty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -36,6 +37,19 @@ ReadError readErrorFromErrno(int error);
 
 // Opens a directory, relative to `dirfd` unless `path` is absolute.
 tl::expected<FileDescriptor, ReadError> openDirectory(const char* path, int dirfd = -100);
+
+// A directory (the /proc root) opened once and kept for the life of its owner, so that a reader
+// does not open it on every sample. Opened at the first use that finds it. Thread-safe.
+class KeptDirectory {
+  public:
+    explicit KeptDirectory(std::string path) : path_(std::move(path)) {}
+    tl::expected<int, ReadError> get();
+
+  private:
+    const std::string path_;
+    std::mutex lock_;
+    FileDescriptor fd_;
+};
 
 // "1234/stat": a pid and a file below it, built without allocating.
 class PidPath {

@@ -16,10 +16,11 @@ namespace ostrel {
 class LinuxProcessDiskSource final : public ProcessDiskSource {
   public:
     LinuxProcessDiskSource(std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names);
-    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters() override;
+    tl::expected<std::vector<ProcessDiskCounters>, ReadError> readDiskCounters(
+        const std::vector<int32_t>& pids) override;
 
   private:
-    std::string procRoot_;
+    procfs::KeptDirectory root_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
     std::mutex handlesLock_;
     procfs::ProcFileHandles handles_;

@@ -56,10 +56,7 @@ uint64_t saturatingSum(uint64_t a, uint64_t b) {
 LinuxProcessNetworkSource::LinuxProcessNetworkSource(
     std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names, const Clock& clock,
     std::shared_ptr<sockdiag::SocketDiag> diag)
-    : procRoot_(std::move(procRoot)),
-      names_(std::move(names)),
-      clock_(clock),
-      diag_(std::move(diag)) {
+    : root_(std::move(procRoot)), names_(std::move(names)), clock_(clock), diag_(std::move(diag)) {
     if (!names_) names_ = std::make_shared<procfs::ProcessNameCache>();
     if (!diag_) diag_ = std::make_shared<sockdiag::KernelSocketDiag>();
 }
@@ -90,14 +87,13 @@ LinuxProcessNetworkSource::currentSockets(int procfd, Duration now) {
 }
 
 tl::expected<std::vector<ProcessNetworkCounters>, ReadError>
-LinuxProcessNetworkSource::readNetworkCounters() {
-    auto proc = procfs::openDirectory(procRoot_.c_str());
-    if (!proc) return tl::unexpected(proc.error());
+LinuxProcessNetworkSource::readNetworkCounters(const std::vector<int32_t>& pids) {
+    const auto procfd = root_.get();
+    if (!procfd) return tl::unexpected(procfd.error());
+    const int proc = *procfd;
     const Duration now = clock_.monotonic();
-    auto sockets = currentSockets(proc->get(), now);
+    auto sockets = currentSockets(proc, now);
     if (!sockets) return tl::unexpected(sockets.error());
-    auto pids = procfs::numericEntries(proc->get(), ".");
-    if (!pids) return tl::unexpected(pids.error());
 
     std::vector<uint64_t> inodes;
     inodes.reserve(sockets->size());
@@ -107,19 +103,19 @@ LinuxProcessNetworkSource::readNetworkCounters() {
     procfs::SocketOwnerCache::Plan plan;
     {
         std::lock_guard guard(ownersLock_);
-        plan = owners_.plan(inodes, *pids, now);
+        plan = owners_.plan(inodes, pids, now);
     }
     std::vector<procfs::SocketOwnerCache::Table> tables;
     tables.reserve(plan.pidsToRead.size());
     for (const int32_t pid : plan.pidsToRead) {
-        tables.push_back({pid, socketInodesOf(proc->get(), pid)});
+        tables.push_back({pid, socketInodesOf(proc, pid)});
     }
 
     // Ordered by pid, so that equal totals come out in a stable order.
     std::map<int32_t, std::pair<uint64_t, uint64_t>> perProcess;
     {
         std::lock_guard guard(ownersLock_);
-        owners_.apply(plan, tables, inodes, *pids, now);
+        owners_.apply(plan, tables, inodes, pids, now);
         for (const auto& socket : *sockets) {
             const auto owner = owners_.owner(socket.inode);
             if (!owner) continue;
@@ -133,7 +129,7 @@ LinuxProcessNetworkSource::readNetworkCounters() {
     counters.reserve(perProcess.size());
     for (const auto& [pid, bytes] : perProcess) {
         if (bytes.first == 0 && bytes.second == 0) continue;
-        auto name = names_->currentName(proc->get(), pid);
+        auto name = names_->currentName(proc, pid);
         if (!name) continue;
         counters.push_back({.pid = pid,
                             .name = std::move(*name),

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/linux/proc_files.h"
 #include "platform/linux/process_names.h"
 #include "platform/linux/socket_diag.h"
 #include "platform/linux/socket_owners.h"
@@ -28,7 +29,8 @@ class LinuxProcessNetworkSource final : public ProcessNetworkSource {
     // `diag` is the kernel's when null.
     LinuxProcessNetworkSource(std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names,
                               const Clock& clock, std::shared_ptr<sockdiag::SocketDiag> diag = {});
-    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters() override;
+    tl::expected<std::vector<ProcessNetworkCounters>, ReadError> readNetworkCounters(
+        const std::vector<int32_t>& pids) override;
 
   private:
     struct Known {
@@ -39,7 +41,7 @@ class LinuxProcessNetworkSource final : public ProcessNetworkSource {
     tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError> currentSockets(int procfd,
                                                                                  Duration now);
 
-    std::string procRoot_;
+    procfs::KeptDirectory root_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
     const Clock& clock_;
     std::shared_ptr<sockdiag::SocketDiag> diag_;

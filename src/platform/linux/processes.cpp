@@ -39,7 +39,7 @@ Duration scanTimeOf(int procfd) {
 LinuxProcessSource::LinuxProcessSource(Options options,
                                        std::shared_ptr<procfs::ProcessNameCache> names)
     : options_(std::move(options)),
-      root_(::open(options_.procRoot.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      root_(options_.procRoot),
       scanState_(procfs::handleBudget()),
       names_(std::move(names)) {
     if (options_.ticksPerSecond <= 0) options_.ticksPerSecond = sysconf(_SC_CLK_TCK);
@@ -80,14 +80,9 @@ std::optional<uid_t> LinuxProcessSource::ownerOf(int procfd, int32_t pid, std::s
 }
 
 tl::expected<ProcessTable, ReadError> LinuxProcessSource::listProcesses() {
-    procfs::FileDescriptor opened;
-    int procfd = root_.get();
-    if (!root_) {
-        auto proc = procfs::openDirectory(options_.procRoot.c_str());
-        if (!proc) return tl::unexpected(proc.error());
-        opened = std::move(*proc);
-        procfd = opened.get();
-    }
+    const auto root = root_.get();
+    if (!root) return tl::unexpected(root.error());
+    const int procfd = *root;
     auto pids = procfs::numericEntries(procfd, ".");
     if (!pids) return tl::unexpected(pids.error());
     std::sort(pids->begin(), pids->end());

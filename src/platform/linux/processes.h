@@ -53,7 +53,7 @@ class LinuxProcessSource final : public ProcessSource {
                                  ScanState* state);
 
     Options options_;
-    procfs::FileDescriptor root_;
+    procfs::KeptDirectory root_;
     std::mutex scanStateLock_;
     ScanState scanState_;
     std::shared_ptr<procfs::ProcessNameCache> names_;

@@ -16,11 +16,12 @@ SocketOwnerCache::Plan SocketOwnerCache::plan(const std::vector<uint64_t>& socke
         plan.pidsToRead = pids;
         return plan;
     }
+    if (!unknownSockets) return plan;
     std::unordered_set<int32_t> chosen;
     for (const int32_t pid : pids) {
         if (!read_.contains(pid)) chosen.insert(pid);
     }
-    if (unknownSockets && (!lastOwners_ || now - *lastOwners_ >= kOwnersPeriod)) {
+    if (!lastOwners_ || now - *lastOwners_ >= kOwnersPeriod) {
         plan.owners = true;
         for (const auto& [inode, pid] : owners_)
             chosen.insert(pid);

@@ -11,11 +11,13 @@
 namespace ostrel::procfs {
 
 // Which process owns which socket, learnt by reading processes' descriptor tables. Reading
-// every table on every sample would cost more than the rest of a sample together, so a table
-// is read when its process is new; the tables of the processes that already own sockets when
-// sockets of unknown owner appear (at most every ownersPeriod); and all tables only when
-// unknown sockets remain, at most every fullPeriod. Sockets that a full read could not place
-// (another user's, whose table we may not read) wait for the next full read.
+// every table on every sample would cost more than the rest of a sample together, so tables are
+// read only when sockets of unknown owner appear: then the tables of the processes not read yet
+// (a new socket most likely belongs to a new process), and those of the processes that already
+// own sockets (at most every ownersPeriod); all tables only when unknown sockets remain, at most
+// every fullPeriod. While every socket has its owner, new processes cost nothing, which matters
+// on a machine that starts processes all the time (a build). Sockets that a full read could
+// not place (another user's, whose table we may not read) wait for the next full read.
 class SocketOwnerCache {
   public:
     static constexpr Duration kOwnersPeriod = std::chrono::seconds(2);

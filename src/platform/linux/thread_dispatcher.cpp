@@ -1,8 +1,12 @@
+#include <pthread.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "platform/dispatcher.h"
@@ -12,7 +16,57 @@ namespace {
 
 using SteadyTime = std::chrono::steady_clock::time_point;
 
-// Tasks in posting order, run by whoever calls runUntil* (a worker thread or the main loop).
+// Shared between a timer handle and whoever fires it. Cancelling clears `live` under the
+// firing side's lock, so no firing starts after cancel() returns unless it was already taken,
+// and a taken firing checks `live` again just before it runs.
+struct TimerState {
+    SerialQueue* queue = nullptr;  // where the timer thread posts a firing
+    Task handler;
+    std::optional<Duration> period;
+    Duration leeway;
+    std::atomic<bool> live{true};
+};
+
+// Deadlines in order. A timer may fire early by up to its leeway, so that timers due close
+// together share one wake-up.
+class TimerSchedules {
+  public:
+    void add(SteadyTime deadline, std::shared_ptr<TimerState> timer) {
+        pending_.emplace(deadline, std::move(timer));
+    }
+
+    // The next timer that is due at `now`, rescheduled first when it repeats; none when the
+    // earliest live one lies ahead.
+    std::shared_ptr<TimerState> takeDue(SteadyTime now) {
+        while (!pending_.empty()) {
+            auto next = pending_.begin();
+            if (next->first - next->second->leeway > now) return nullptr;
+            auto [deadline, timer] = *next;
+            pending_.erase(next);
+            if (!timer->live) continue;
+            if (timer->period) {
+                // Next deadline from the previous one, so a late firing does not shift the period.
+                auto following = deadline + *timer->period;
+                if (following <= now) following = now + *timer->period;
+                pending_.emplace(following, timer);
+            }
+            return timer;
+        }
+        return nullptr;
+    }
+
+    std::optional<SteadyTime> nextDeadline() const {
+        if (pending_.empty()) return std::nullopt;
+        return pending_.begin()->first;
+    }
+
+  private:
+    std::multimap<SteadyTime, std::shared_ptr<TimerState>> pending_;
+};
+
+// Tasks in posting order and the timers that fire on the queue, run by whoever calls
+// runUntilStopped (a worker thread or the main loop). The queue's own thread waits for its
+// next deadline, so a firing costs one wake-up and no hand-over from a timer thread.
 class TaskList {
   public:
     void push(Task task) {
@@ -23,18 +77,40 @@ class TaskList {
         ready_.notify_one();
     }
 
-    // Runs tasks until `stop` is set; a task runs without the lock held.
+    void schedule(SteadyTime deadline, std::shared_ptr<TimerState> timer) {
+        {
+            std::lock_guard lock(mutex_);
+            timers_.add(deadline, std::move(timer));
+        }
+        ready_.notify_one();
+    }
+
+    void cancel(TimerState& timer) {
+        std::lock_guard lock(mutex_);
+        timer.live = false;
+    }
+
+    // Runs tasks and due timers until `stop` is set; each runs without the lock held.
     void runUntilStopped() {
         std::unique_lock lock(mutex_);
-        while (true) {
-            ready_.wait(lock, [&] { return stop_ || !tasks_.empty(); });
-            if (stop_) return;
-            Task task = std::move(tasks_.front());
-            tasks_.pop_front();
-            lock.unlock();
-            task();
-            task = nullptr;  // captured state is released off the lock, on this thread
-            lock.lock();
+        while (!stop_) {
+            if (!tasks_.empty()) {
+                Task task = std::move(tasks_.front());
+                tasks_.pop_front();
+                lock.unlock();
+                task();
+                task = nullptr;  // captured state is released off the lock, on this thread
+                lock.lock();
+            } else if (auto timer = timers_.takeDue(std::chrono::steady_clock::now())) {
+                lock.unlock();
+                if (timer->live) timer->handler();
+                timer = nullptr;
+                lock.lock();
+            } else if (const auto deadline = timers_.nextDeadline()) {
+                ready_.wait_until(lock, *deadline);
+            } else {
+                ready_.wait(lock);
+            }
         }
     }
 
@@ -55,52 +131,54 @@ class TaskList {
     std::mutex mutex_;
     std::condition_variable ready_;
     std::deque<Task> tasks_;
+    TimerSchedules timers_;
     bool stop_ = false;
 };
 
-class WorkerQueue final : public SerialQueue {
+// A queue whose tasks and timers this dispatcher runs itself.
+class OwnQueue : public SerialQueue {
+  public:
+    const std::shared_ptr<TaskList>& tasks() const { return tasks_; }
+    void async(Task task) override { tasks_->push(std::move(task)); }
+
+  protected:
+    std::shared_ptr<TaskList> tasks_ = std::make_shared<TaskList>();
+};
+
+class WorkerQueue final : public OwnQueue {
   public:
     explicit WorkerQueue(std::string label)
-        : label_(std::move(label)), thread_([this] { tasks_.runUntilStopped(); }) {}
+        : label_(std::move(label)), thread_([this] { tasks_->runUntilStopped(); }) {
+        // The label's last part names the thread in ps and /proc (15 characters at most).
+        const std::string name = label_.substr(label_.rfind('.') + 1).substr(0, 15);
+        pthread_setname_np(thread_.native_handle(), name.c_str());
+    }
     ~WorkerQueue() override {
-        tasks_.stop();
+        tasks_->stop();
         thread_.join();
     }
-    void async(Task task) override { tasks_.push(std::move(task)); }
     const std::string& label() const override { return label_; }
 
   private:
     std::string label_;
-    TaskList tasks_;
     std::thread thread_;
 };
 
-class LoopQueue final : public SerialQueue {
+class LoopQueue final : public OwnQueue {
   public:
-    void async(Task task) override { tasks_.push(std::move(task)); }
     const std::string& label() const override { return label_; }
     void run() {
-        tasks_.runUntilStopped();
-        tasks_.resume();  // a later run serves the queue again
+        tasks_->runUntilStopped();
+        tasks_->resume();  // a later run serves the queue again
     }
-    void quit() { tasks_.stop(); }
+    void quit() { tasks_->stop(); }
 
   private:
     std::string label_ = "main";
-    TaskList tasks_;
 };
 
-// Shared between a timer handle and the timer thread. Cancelling clears `live` under the timer
-// thread's lock, so no firing is posted after cancel() returns, and a firing already posted
-// checks `live` again before it runs.
-struct TimerState {
-    SerialQueue* queue;
-    Task handler;
-    std::optional<Duration> period;
-    Duration leeway;
-    std::atomic<bool> live{true};
-};
-
+// Fires timers on a queue that this dispatcher does not run (a GUI's main queue) by posting
+// the firing to it. Started with the first such timer.
 class TimerThread {
   public:
     TimerThread() : thread_([this] { run(); }) {}
@@ -118,10 +196,11 @@ class TimerThread {
         timer.live = false;
     }
 
-    void schedule(SteadyTime deadline, std::shared_ptr<TimerState> timer) {
+    void schedule(SerialQueue& queue, SteadyTime deadline, std::shared_ptr<TimerState> timer) {
         {
             std::lock_guard lock(mutex_);
-            pending_.emplace(deadline, std::move(timer));
+            timer->queue = &queue;
+            timers_.add(deadline, std::move(timer));
         }
         changed_.notify_all();
     }
@@ -130,49 +209,34 @@ class TimerThread {
     void run() {
         std::unique_lock lock(mutex_);
         while (!stop_) {
-            if (pending_.empty()) {
+            if (auto timer = timers_.takeDue(std::chrono::steady_clock::now())) {
+                timer->queue->async([timer] {
+                    if (timer->live) timer->handler();
+                });
+            } else if (const auto deadline = timers_.nextDeadline()) {
+                changed_.wait_until(lock, *deadline);
+            } else {
                 changed_.wait(lock);
-                continue;
             }
-            const auto now = std::chrono::steady_clock::now();
-            auto next = pending_.begin();
-            // A timer may fire early by up to its leeway, so that timers due close together
-            // share one wake-up.
-            if (next->first - next->second->leeway > now) {
-                changed_.wait_until(lock, next->first);
-                continue;
-            }
-            auto [deadline, timer] = *next;
-            pending_.erase(next);
-            if (!timer->live) continue;
-            if (timer->period) {
-                // Next deadline from the previous one, so a late firing does not shift the period.
-                auto following = deadline + *timer->period;
-                if (following <= now) following = now + *timer->period;
-                pending_.emplace(following, timer);
-            }
-            timer->queue->async([timer] {
-                if (timer->live) timer->handler();
-            });
         }
     }
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::multimap<SteadyTime, std::shared_ptr<TimerState>> pending_;
+    TimerSchedules timers_;
     bool stop_ = false;
     std::thread thread_;
 };
 
 class TimerHandle final : public Timer {
   public:
-    TimerHandle(TimerThread& thread, std::shared_ptr<TimerState> state)
-        : thread_(thread), state_(std::move(state)) {}
+    TimerHandle(std::function<void(TimerState&)> cancel, std::shared_ptr<TimerState> state)
+        : cancel_(std::move(cancel)), state_(std::move(state)) {}
     ~TimerHandle() override { cancel(); }
-    void cancel() override { thread_.cancel(*state_); }
+    void cancel() override { cancel_(*state_); }
 
   private:
-    TimerThread& thread_;
+    std::function<void(TimerState&)> cancel_;
     std::shared_ptr<TimerState> state_;
 };
 
@@ -198,12 +262,29 @@ class ThreadDispatcher final : public MainLoopDispatcher {
     std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                      Task handler) override {
         auto state = std::make_shared<TimerState>();
-        state->queue = &queue;
         state->handler = std::move(handler);
         state->period = schedule.period;
         state->leeway = schedule.leeway;
-        timers_.schedule(std::chrono::steady_clock::now() + schedule.firstDeadline, state);
-        return std::make_unique<TimerHandle>(timers_, std::move(state));
+        const SteadyTime deadline = std::chrono::steady_clock::now() + schedule.firstDeadline;
+        if (auto* own = dynamic_cast<OwnQueue*>(&queue)) {
+            // The handle may outlive the queue: cancelling a timer of a queue that is gone has
+            // nothing left to stop.
+            std::weak_ptr<TaskList> tasks = own->tasks();
+            own->tasks()->schedule(deadline, state);
+            return std::make_unique<TimerHandle>(
+                [tasks](TimerState& timer) {
+                    if (auto list = tasks.lock()) {
+                        list->cancel(timer);
+                    } else {
+                        timer.live = false;
+                    }
+                },
+                std::move(state));
+        }
+        TimerThread& thread = foreignTimers();
+        thread.schedule(queue, deadline, state);
+        return std::make_unique<TimerHandle>([&thread](TimerState& timer) { thread.cancel(timer); },
+                                             std::move(state));
     }
 
     void detach(Task task) override {
@@ -225,9 +306,16 @@ class ThreadDispatcher final : public MainLoopDispatcher {
     void quitMainLoop() override { loopMain_.quit(); }
 
   private:
+    TimerThread& foreignTimers() {
+        std::lock_guard lock(foreignTimersLock_);
+        if (!foreignTimers_) foreignTimers_ = std::make_unique<TimerThread>();
+        return *foreignTimers_;
+    }
+
     std::unique_ptr<SerialQueue> externalMain_;
     LoopQueue loopMain_;
-    TimerThread timers_;
+    std::mutex foreignTimersLock_;
+    std::unique_ptr<TimerThread> foreignTimers_;
     std::mutex detachedMutex_;
     std::condition_variable detachedDone_;
     int detachedCount_ = 0;
