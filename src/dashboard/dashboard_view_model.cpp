@@ -97,17 +97,15 @@ void DashboardViewModel::readDayEvents(HostGroups groups) {
     // The day's watched-process events, then its alerts; without a day, all of them.
     inBackground(
         [storage = storage_, day = selectedDay_] {
-            return day ? storage->loadWatchedProcessEvents(*day)
-                       : storage->loadAllWatchedProcessEvents();
+            return WatchedEvents::of(day ? storage->loadWatchedProcessEvents(*day)
+                                         : storage->loadAllWatchedProcessEvents());
         },
-        [groups = std::move(groups)](DashboardViewModel& self,
-                                     std::vector<WatchedProcessEvent> watched) mutable {
+        [groups = std::move(groups)](DashboardViewModel& self, WatchedEvents watched) mutable {
             self.readDayAlerts(std::move(groups), std::move(watched));
         });
 }
 
-void DashboardViewModel::readDayAlerts(HostGroups groups,
-                                       std::vector<WatchedProcessEvent> watched) {
+void DashboardViewModel::readDayAlerts(HostGroups groups, WatchedEvents watched) {
     inBackground(
         [storage = storage_, day = selectedDay_] {
             return day ? storage->loadAlertEvents(*day) : storage->loadAllAlertEvents();
@@ -118,7 +116,7 @@ void DashboardViewModel::readDayAlerts(HostGroups groups,
         });
 }
 
-void DashboardViewModel::finishLoad(HostGroups groups, std::vector<WatchedProcessEvent> watched,
+void DashboardViewModel::finishLoad(HostGroups groups, WatchedEvents watched,
                                     std::vector<AlertEvent> alerts) {
     if (groups.shown.empty()) {
         fetchPhase.set(FetchPhase::empty());
@@ -171,15 +169,15 @@ void DashboardViewModel::loadMetricsForDay(const std::optional<std::string>& day
     inBackground(
         [storage = storage_, day = *day] {
             // A failed read counts as a day without watched processes.
-            return std::pair(loadDay(*storage, day), storage->loadWatchedProcessEvents(day));
+            return std::pair(loadDay(*storage, day),
+                             WatchedEvents::of(storage->loadWatchedProcessEvents(day)));
         },
         [](DashboardViewModel& self, auto loaded) {
             self.finishDayLoad(std::move(loaded.first), std::move(loaded.second));
         });
 }
 
-void DashboardViewModel::finishDayLoad(std::vector<ChartSample> samples,
-                                       std::vector<WatchedProcessEvent> watched) {
+void DashboardViewModel::finishDayLoad(std::vector<ChartSample> samples, WatchedEvents watched) {
     watched_ = std::move(watched);
     if (selectedProcess.get()) selectProcess(selectedProcess.get());
     if (samples.empty()) {

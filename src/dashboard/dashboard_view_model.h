@@ -127,7 +127,7 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
 
     // --- process analysis ----------------------------------------------------------------------
     void selectProcess(const std::optional<std::string>& pattern);
-    const std::vector<WatchedProcessEvent>& watchedProcessEvents() const { return watched_; }
+    const std::vector<WatchedProcessEvent>& watchedProcessEvents() const { return watched_.events; }
     std::vector<std::string> availableProcessPatterns() const;
     const ProcessSeries& processSearchData() const { return processSearch_; }      // whole
     const ProcessSeries& zoomFilteredProcessData() const { return zoomProcess_; }  // shown
@@ -183,11 +183,10 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
     void readAvailableDays(bool visible);
     void readSelectedDay(bool visible);
     void readDayEvents(HostGroups groups);
-    void readDayAlerts(HostGroups groups, std::vector<WatchedProcessEvent> watched);
-    void finishLoad(HostGroups groups, std::vector<WatchedProcessEvent> watched,
-                    std::vector<AlertEvent> alerts);
+    void readDayAlerts(HostGroups groups, WatchedEvents watched);
+    void finishLoad(HostGroups groups, WatchedEvents watched, std::vector<AlertEvent> alerts);
     void failLoad(bool visible, DashboardError error);
-    void finishDayLoad(std::vector<ChartSample> samples, std::vector<WatchedProcessEvent> watched);
+    void finishDayLoad(std::vector<ChartSample> samples, WatchedEvents watched);
     void finishExternalLoad(std::vector<ChartSample> samples);
     void applyHostGroups(HostGroups groups);
     // Loading ends with the rebuild of the charts, then this.
@@ -200,7 +199,7 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
     std::shared_ptr<MetricsStorage> storage_;
     Published<bool>::Subscription storesNormalizeChoice_;
 
-    std::vector<WatchedProcessEvent> watched_;
+    WatchedEvents watched_;
     ProcessSeries processSearch_;
     ProcessSeries zoomProcess_;
     std::optional<Date> zoomStartDate_;

@@ -22,7 +22,7 @@ void DashboardViewModel::selectProcess(const std::optional<std::string>& pattern
 }
 
 std::vector<std::string> DashboardViewModel::availableProcessPatterns() const {
-    return ostrel::availableProcessPatterns(watched_);
+    return ostrel::availableProcessPatterns(watched_.events);
 }
 
 ChartSeries DashboardViewModel::processSearchCPUData() const {

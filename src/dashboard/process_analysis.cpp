@@ -9,17 +9,24 @@
 
 namespace ostrel {
 
-ProcessSeries buildProcessSeries(const std::vector<WatchedProcessEvent>& events,
-                                 const std::string& pattern) {
+WatchedEvents WatchedEvents::of(std::vector<WatchedProcessEvent> events) {
+    WatchedEvents parsed{std::move(events), {}};
+    parsed.dates.reserve(parsed.events.size());
+    for (const WatchedProcessEvent& event : parsed.events)
+        parsed.dates.push_back(parseTimestamp(event.timestamp));
+    return parsed;
+}
+
+ProcessSeries buildProcessSeries(const WatchedEvents& watched, const std::string& pattern) {
     struct Dated {
         Date date;
         const WatchedProcessMetrics* watched;
     };
     std::vector<Dated> matching;
-    for (const WatchedProcessEvent& event : events) {
-        if (event.watched.pattern != pattern) continue;
-        if (const auto date = parseTimestamp(event.timestamp)) {
-            matching.push_back({*date, &event.watched});
+    for (size_t i = 0; i < watched.events.size(); ++i) {
+        const WatchedProcessEvent& event = watched.events[i];
+        if (event.watched.pattern == pattern && watched.dates[i]) {
+            matching.push_back({*watched.dates[i], &event.watched});
         }
     }
     // All six series share these dates, so one stable order serves them all.
@@ -35,17 +42,17 @@ ProcessSeries buildProcessSeries(const std::vector<WatchedProcessEvent>& events,
         return ChartPoint{.date = date, .value = value, .label = label};
     };
     const std::string in = "In", out = "Out", read = "Read", write = "Write";
-    for (const auto& [date, watched] : matching) {
+    for (const auto& [date, metrics] : matching) {
         // Byte counts go through signed 64-bit integers, as the counters are compared there.
         const auto kilo = [](uint64_t bytes) {
             return static_cast<double>(static_cast<int64_t>(bytes)) / 1024;
         };
-        series.cpu.push_back(point(date, watched->cpuPercent, pattern));
-        series.memory.push_back(point(date, watched->memoryMB, pattern));
-        series.networkIn.push_back(point(date, kilo(watched->networkBytesIn), in));
-        series.networkOut.push_back(point(date, kilo(watched->networkBytesOut), out));
-        series.diskRead.push_back(point(date, watched->diskReadBytesPerSec / 1024, read));
-        series.diskWrite.push_back(point(date, watched->diskWriteBytesPerSec / 1024, write));
+        series.cpu.push_back(point(date, metrics->cpuPercent, pattern));
+        series.memory.push_back(point(date, metrics->memoryMB, pattern));
+        series.networkIn.push_back(point(date, kilo(metrics->networkBytesIn), in));
+        series.networkOut.push_back(point(date, kilo(metrics->networkBytesOut), out));
+        series.diskRead.push_back(point(date, metrics->diskReadBytesPerSec / 1024, read));
+        series.diskWrite.push_back(point(date, metrics->diskWriteBytesPerSec / 1024, write));
     }
     return series;
 }

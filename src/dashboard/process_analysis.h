@@ -28,9 +28,17 @@ struct ProcessSeries {
         &ProcessSeries::networkOut, &ProcessSeries::diskRead, &ProcessSeries::diskWrite};
 };
 
+// The watched-process events of a day with their timestamps parsed once, where they are
+// loaded, so that a selection on the main queue parses nothing.
+struct WatchedEvents {
+    std::vector<WatchedProcessEvent> events;
+    std::vector<std::optional<Date>> dates;  // index for index; absent where it does not parse
+
+    static WatchedEvents of(std::vector<WatchedProcessEvent> events);
+};
+
 // Every event of `pattern` (exactly) whose timestamp parses, ascending by time, unreduced.
-ProcessSeries buildProcessSeries(const std::vector<WatchedProcessEvent>& events,
-                                 const std::string& pattern);
+ProcessSeries buildProcessSeries(const WatchedEvents& watched, const std::string& pattern);
 
 // The distinct patterns of the events, ascending.
 std::vector<std::string> availableProcessPatterns(const std::vector<WatchedProcessEvent>& events);
