@@ -2,22 +2,51 @@
 #include "dashboard/dashboard_view_model.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "config/configuration_manager.h"
 #include "dashboard/chart_data_builder.h"
 #include "dashboard/external_files.h"
+#include "platform/parallel_for.h"
 #include "platform/preferences_store.h"
 #include "storage/metrics_storage.h"
 
 namespace ostrel {
 namespace {
 
-// The samples of one day of the store; none when the folder cannot be listed.
-std::vector<ChartSample> loadDay(const MetricsStorage& storage, const std::string& day) {
+// A day of the store in one pass over its files: the samples as the dashboard keeps them,
+// the watched-process events and the alerts. Nothing when the folder cannot be listed.
+struct DayRecords {
+    std::vector<ChartSample> samples;
+    WatchedEvents watched;
+    std::vector<AlertEvent> alerts;
+};
+
+DayRecords loadDay(const MetricsStorage& storage, const std::string& day) {
     const auto listed = storage.metricsFiles();
     if (!listed) return {};
-    return chartSamplesOf(
-        MetricsStorage::loadFilesInParallel(MetricsStorage::filterFilesForDay(*listed, day)));
+    const auto files = MetricsStorage::filterFilesForDay(*listed, day);
+    // A file per thread, each file's samples made compact as soon as it is read: the decoded
+    // records of a whole day are never held at once.
+    std::vector<DayRecords> slots(files.size());
+    parallelFor(files.size(), [&](size_t i) {
+        auto records = MetricsStorage::loadRecordsFromFile(files[i]);
+        slots[i] = {chartSamplesOf(std::move(records.samples)),
+                    {std::move(records.watchedEvents), {}},
+                    std::move(records.alertEvents)};
+    });
+    DayRecords joined;
+    std::vector<WatchedProcessEvent> watched;
+    for (DayRecords& slot : slots) {
+        std::move(slot.samples.begin(), slot.samples.end(), std::back_inserter(joined.samples));
+        std::move(slot.watched.events.begin(), slot.watched.events.end(),
+                  std::back_inserter(watched));
+        std::move(slot.alerts.begin(), slot.alerts.end(), std::back_inserter(joined.alerts));
+        slot = {};
+    }
+    joined.watched = WatchedEvents::of(std::move(watched));
+    joined.alerts = MetricsStorage::newestFirst(std::move(joined.alerts));
+    return joined;
 }
 
 std::string sourceName(const std::vector<std::filesystem::path>& paths) {
@@ -79,39 +108,20 @@ void DashboardViewModel::readSelectedDay(bool visible) {
         loadPhaseLabel.set("Reading metrics from disk...");
     }
     if (!selectedDay_ && !availableDays->empty()) selectedDay_ = availableDays->front();
-    // Hosts are told apart where the samples are read, so that no second copy is made.
+    // Hosts are told apart where the samples are read, so that no second copy is made. Without
+    // a day there is nothing to show, so no event is read either.
     inBackground(
         [storage = storage_, day = selectedDay_] {
-            return groupByHostname(day ? loadDay(*storage, *day) : std::vector<ChartSample>());
+            DayRecords records = day ? loadDay(*storage, *day) : DayRecords();
+            return std::tuple(groupByHostname(std::move(records.samples)),
+                              std::move(records.watched), std::move(records.alerts));
         },
-        [visible](DashboardViewModel& self, HostGroups groups) {
+        [visible](DashboardViewModel& self, auto loaded) {
             if (visible) {
                 self.loadProgress.set(-1);
                 self.loadPhaseLabel.set("Building charts...");
             }
-            self.readDayEvents(std::move(groups));
-        });
-}
-
-void DashboardViewModel::readDayEvents(HostGroups groups) {
-    // The day's watched-process events, then its alerts; without a day, all of them.
-    inBackground(
-        [storage = storage_, day = selectedDay_] {
-            return WatchedEvents::of(day ? storage->loadWatchedProcessEvents(*day)
-                                         : storage->loadAllWatchedProcessEvents());
-        },
-        [groups = std::move(groups)](DashboardViewModel& self, WatchedEvents watched) mutable {
-            self.readDayAlerts(std::move(groups), std::move(watched));
-        });
-}
-
-void DashboardViewModel::readDayAlerts(HostGroups groups, WatchedEvents watched) {
-    inBackground(
-        [storage = storage_, day = selectedDay_] {
-            return day ? storage->loadAlertEvents(*day) : storage->loadAllAlertEvents();
-        },
-        [groups = std::move(groups), watched = std::move(watched)](
-            DashboardViewModel& self, std::vector<AlertEvent> alerts) mutable {
+            auto& [groups, watched, alerts] = loaded;
             self.finishLoad(std::move(groups), std::move(watched), std::move(alerts));
         });
 }
@@ -166,15 +176,10 @@ void DashboardViewModel::loadMetricsForDay(const std::optional<std::string>& day
     loadProgress.set(-1);
     loadPhaseLabel.set("Loading...");
     sendChange();
-    inBackground(
-        [storage = storage_, day = *day] {
-            // A failed read counts as a day without watched processes.
-            return std::pair(loadDay(*storage, day),
-                             WatchedEvents::of(storage->loadWatchedProcessEvents(day)));
-        },
-        [](DashboardViewModel& self, auto loaded) {
-            self.finishDayLoad(std::move(loaded.first), std::move(loaded.second));
-        });
+    inBackground([storage = storage_, day = *day] { return loadDay(*storage, day); },
+                 [](DashboardViewModel& self, DayRecords records) {
+                     self.finishDayLoad(std::move(records.samples), std::move(records.watched));
+                 });
 }
 
 void DashboardViewModel::finishDayLoad(std::vector<ChartSample> samples, WatchedEvents watched) {

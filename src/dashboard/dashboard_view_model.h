@@ -182,8 +182,6 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
     // The steps of the loads, each on the main queue.
     void readAvailableDays(bool visible);
     void readSelectedDay(bool visible);
-    void readDayEvents(HostGroups groups);
-    void readDayAlerts(HostGroups groups, WatchedEvents watched);
     void finishLoad(HostGroups groups, WatchedEvents watched, std::vector<AlertEvent> alerts);
     void failLoad(bool visible, DashboardError error);
     void finishDayLoad(std::vector<ChartSample> samples, WatchedEvents watched);
