@@ -113,26 +113,16 @@ void attachProcesses(SystemSeries& series, SampleRange samples, const std::vecto
     const auto nearest = [&](const ChartPoint& point) -> const ChartSample& {
         return *samples[nearestIndex(times, epochSeconds(point.date))];
     };
-    const auto byCPU = [](const ChartSample& sample) {
+    // The rows of a CPU or memory list, with the sample's cores for a share of the machine.
+    const auto byList = [](const ChartSample& sample, ProcessListField list) {
         const int64_t cores = sample.cpu ? sample.cpu->cpuCount : kFallbackCpuCores;
-        return snapshotsOf<ProcessSnapshot>(sample.processes.topCPU, [&](const CompactProcess& p) {
+        return snapshotsOf<ProcessSnapshot>(sample.processes.*list, [&](const CompactProcess& p) {
             return ProcessSnapshot{.pid = p.pid,
                                    .name = p.name,
                                    .cpu = p.cpuPercent,
                                    .memoryMB = p.memoryMB,
                                    .cpuCores = cores};
         });
-    };
-    const auto byMemory = [](const ChartSample& sample) {
-        const int64_t cores = sample.cpu ? sample.cpu->cpuCount : kFallbackCpuCores;
-        return snapshotsOf<ProcessSnapshot>(sample.processes.topMemory,
-                                            [&](const CompactProcess& p) {
-                                                return ProcessSnapshot{.pid = p.pid,
-                                                                       .name = p.name,
-                                                                       .cpu = p.cpuPercent,
-                                                                       .memoryMB = p.memoryMB,
-                                                                       .cpuCores = cores};
-                                            });
     };
     const auto byNetwork = [](const ChartSample& sample) {
         return snapshotsOf<NetworkProcessSnapshot>(
@@ -152,10 +142,10 @@ void attachProcesses(SystemSeries& series, SampleRange samples, const std::vecto
     };
     for (ChartSeries* cpu : {&series.cpuUser, &series.cpuUsage}) {
         for (ChartPoint& point : *cpu)
-            point.topProcesses = byCPU(nearest(point));
+            point.topProcesses = byList(nearest(point), &ChartSample::Processes::topCPU);
     }
     for (ChartPoint& point : series.memoryActive)
-        point.topProcesses = byMemory(nearest(point));
+        point.topProcesses = byList(nearest(point), &ChartSample::Processes::topMemory);
     for (ChartSeries* network : {&series.networkIn, &series.networkOut}) {
         for (ChartPoint& point : *network)
             point.topNetworkProcesses = byNetwork(nearest(point));

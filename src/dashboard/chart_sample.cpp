@@ -67,22 +67,6 @@ ChartSample ChartSample::from(SystemMetrics&& metrics,
     return sample;
 }
 
-bool ChartSample::operator==(const ChartSample& other) const {
-    const auto sameSystem = [](const auto& a, const auto& b) {
-        return a == b || (a && b && *a == *b);
-    };
-    return timestamp == other.timestamp && hostname == other.hostname && date == other.date &&
-           cpu == other.cpu && memory == other.memory &&
-           diskReadKBPerSec == other.diskReadKBPerSec &&
-           diskWriteKBPerSec == other.diskWriteKBPerSec && diskFreeGB == other.diskFreeGB &&
-           networkBytesIn == other.networkBytesIn && networkBytesOut == other.networkBytesOut &&
-           gpuDeviceUtilization == other.gpuDeviceUtilization &&
-           gpuRendererUtilization == other.gpuRendererUtilization &&
-           gpuTilerUtilization == other.gpuTilerUtilization &&
-           batteryPercent == other.batteryPercent && processes == other.processes &&
-           sameSystem(system, other.system);
-}
-
 std::vector<ChartSample> chartSamplesOf(std::vector<SystemMetrics>&& records) {
     // In blocks on every core: each block shares the system facts among its own samples.
     constexpr size_t kBlock = 2048;

@@ -82,8 +82,6 @@ struct ChartSample {
     // shared instead of copied.
     static ChartSample from(SystemMetrics&& metrics,
                             const std::shared_ptr<const SystemInfo>& sharedSystem = nullptr);
-
-    bool operator==(const ChartSample& other) const;
 };
 
 // Converts records in order, freeing each as it goes, and shares equal system facts.
