@@ -133,6 +133,8 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
     const ProcessSeries& zoomFilteredProcessData() const { return zoomProcess_; }  // shown
     // The shown CPU series of the process, as a share of the machine when normalizeCPU is on.
     ChartSeries processSearchCPUData() const;
+    // A CPU cell of the top CPU table (mean or peak), normalised when the option is on.
+    std::string topCPUCellText(double percent) const;
     // The cores that normalisation divides by.
     int64_t normalizationCoreCount() const { return normalizationCores(latestMetrics()); }
 

@@ -30,6 +30,12 @@ ChartSeries DashboardViewModel::processSearchCPUData() const {
     return normalizedCPU(zoomProcess_.cpu, normalizationCoreCount());
 }
 
+std::string DashboardViewModel::topCPUCellText(double percent) const {
+    const double shown =
+        normalizeCPU.get() ? percent / static_cast<double>(normalizationCoreCount()) : percent;
+    return cpuPercentText(shown);
+}
+
 std::optional<double> DashboardViewModel::avgMemoryUsedGB() const {
     return isZoomActive() ? zoomSummary_.avgMemoryUsedGB : cached_.avgMemoryUsedGB;
 }

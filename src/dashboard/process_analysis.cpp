@@ -1,5 +1,7 @@
 #include "dashboard/process_analysis.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 #include <set>
@@ -119,6 +121,21 @@ std::vector<std::string> filteredProcesses(const std::vector<std::string>& patte
         if (asciiLowered(pattern).find(needle) != std::string::npos) matching.push_back(pattern);
     }
     return matching;
+}
+
+std::string cpuPercentText(double percent) {
+    return fmt::format("{:.2f}%", percent);
+}
+
+std::string presenceText(const ProcessAggregate& row) {
+    return fmt::format("{:.0f}%", row.presence());
+}
+
+std::string networkBytesText(uint64_t bytes) {
+    const double megabytes = static_cast<double>(bytes) / 1024 / 1024;
+    if (megabytes >= 1000) return fmt::format("{:.1f}G", megabytes / 1024);
+    if (megabytes >= 1) return fmt::format("{:.1f}M", megabytes);
+    return fmt::format("{:.0f}K", static_cast<double>(bytes) / 1024);
 }
 
 int64_t normalizationCores(const std::optional<CompactMetric>& latest) {

@@ -62,6 +62,12 @@ std::vector<ProcessAggregate> filteredAndSortedProcesses(const std::vector<Proce
 std::vector<std::string> filteredProcesses(const std::vector<std::string>& patterns,
                                            std::string_view searchText);
 
+// Texts of the ranked tables' cells: CPU as "12.34%", presence as "75%", network byte counts
+// as "1.2G", "3.4M" or "512K" (binary units).
+std::string cpuPercentText(double percent);
+std::string presenceText(const ProcessAggregate& row);
+std::string networkBytesText(uint64_t bytes);
+
 // A process's CPU percent is per core (four busy cores read 400 %). Normalising divides by the
 // machine's cores to give a share of the whole machine: those of the latest record, else 8.
 int64_t normalizationCores(const std::optional<CompactMetric>& latest);

@@ -46,6 +46,10 @@ TEST(ProcessAnalysisTest, TablesFilterByImpactAndSortStablyByTheirColumn) {
     EXPECT_EQ(filteredProcesses({"Firefox", "code", "fire-watch"}, "FIRE"),
               (std::vector<std::string>{"Firefox", "fire-watch"}));
     EXPECT_EQ(normalizationCores(std::nullopt), 8);
+    EXPECT_EQ(presenceText(rows[0]), "80%");
+    EXPECT_EQ(networkBytesText(1536ull << 20), "1.5G");
+    EXPECT_EQ(networkBytesText(5 << 20), "5.0M");
+    EXPECT_EQ(networkBytesText(900'000), "879K");
 }
 
 WatchedProcessEvent watched(const std::string& pattern, const std::string& timestamp, double cpu) {
@@ -81,6 +85,7 @@ TEST_F(DashboardTest, ASelectedProcessFollowsTheZoomTheDayAndTheNormalisation) {
     // With normalisation, per-core percent becomes a share of the latest sample's 4 cores.
     model->normalizeCPU.set(true);
     EXPECT_EQ(model->processSearchCPUData()[0].value, 20);
+    EXPECT_EQ(model->topCPUCellText(50), "12.50%");
     EXPECT_EQ(preferences->userValue(DashboardViewModel::kNormalizeCPUKey), PreferenceValue(true));
 
     // A zoom cuts the shown series; the whole ones keep every point.
