@@ -36,22 +36,23 @@ const Date kMidnight = [] {
     return std::chrono::system_clock::from_time_t(std::mktime(&tm));
 }();
 
-// The day, written once per process: hourly files under `local`/metrics as the store names
-// them, and all lines in one file under `external`.
+// The day, written once per process and removed at its end: hourly files under
+// `local`/metrics as the store names them, and all lines in one file, `external`.
 struct Day {
-    std::filesystem::path local, external;
+    std::filesystem::path folder, local, external;
     uint64_t bytes = 0;
 
+    explicit Day(std::filesystem::path base)
+        : folder(std::move(base)), local(folder / "local"), external(folder / "external.jsonl") {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(local / "metrics");
+        write();
+    }
+    ~Day() { std::filesystem::remove_all(folder); }
+
     static const Day& get() {
-        static const Day day = [] {
-            const char* base = std::getenv("OSTREL_BENCH_DIR");
-            const auto folder = std::filesystem::path(base ? base : "/tmp") / "ostrel-bench-dash";
-            std::filesystem::remove_all(folder);
-            std::filesystem::create_directories(folder / "local/metrics");
-            Day made{folder / "local", folder / "external.jsonl"};
-            made.write();
-            return made;
-        }();
+        const char* base = std::getenv("OSTREL_BENCH_DIR");
+        static const Day day(std::filesystem::path(base ? base : "/tmp") / "ostrel-bench-dash");
         return day;
     }
 
