@@ -25,7 +25,7 @@ std::optional<std::vector<CompactProcess>> compactRows(
 ChartSample ChartSample::from(SystemMetrics&& metrics,
                               const std::shared_ptr<const SystemInfo>& sharedSystem) {
     ChartSample sample;
-    sample.date = parseTimestamp(metrics.timestamp);
+    sample.date = parseRecordTimestamp(metrics.timestamp);
     sample.timestamp = std::move(metrics.timestamp);
     sample.hostname = std::move(metrics.hostname);
     if (auto& cpu = metrics.cpu) {

@@ -35,7 +35,7 @@ int twoDigits(char a, char b) {
 
 }  // namespace
 
-std::optional<Date> parseTimestamp(std::string_view text) {
+std::optional<Date> parseRecordTimestamp(std::string_view text) {
     if (auto date = Formatters::parseIso8601WithFractionalSeconds(text)) return date;
     return Formatters::parseIso8601(text);
 }

@@ -17,7 +17,7 @@ struct SourceTimeZone {
 };
 
 // Every timestamp the dashboard reads: internet date-time with a fraction, else without one.
-std::optional<Date> parseTimestamp(std::string_view text);
+std::optional<Date> parseRecordTimestamp(std::string_view text);
 
 // The zone a timestamp was written in, from its "+hh:mm"/"-hh:mm" suffix or a final "Z";
 // absent for anything else. A source is taken to have the zone of its first sample.

@@ -15,7 +15,7 @@ WatchedEvents WatchedEvents::of(std::vector<WatchedProcessEvent> events) {
     WatchedEvents parsed{std::move(events), {}};
     parsed.dates.reserve(parsed.events.size());
     for (const WatchedProcessEvent& event : parsed.events)
-        parsed.dates.push_back(parseTimestamp(event.timestamp));
+        parsed.dates.push_back(parseRecordTimestamp(event.timestamp));
     return parsed;
 }
 
