@@ -52,6 +52,25 @@ void appendSamples(std::string_view bytes, std::vector<SystemMetrics>& out) {
     });
 }
 
+void appendRecords(std::string_view bytes, MetricRecords& out) {
+    constexpr std::string_view watchedKey = "\"event_type\"";
+    forEachLine(bytes, [&](std::string_view line) {
+        if (!isEventLine(line)) {
+            if (auto sample = decodeJson<SystemMetrics>(line))
+                out.samples.push_back(std::move(*sample));
+            return;
+        }
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        if (line.find(watchedKey) != std::string_view::npos) {
+            if (auto event = decodeJson<WatchedProcessEvent>(line)) {
+                out.watchedEvents.push_back(std::move(*event));
+                return;
+            }
+        }
+        if (auto event = decodeJson<AlertEvent>(line)) out.alertEvents.push_back(std::move(*event));
+    });
+}
+
 std::vector<AlertEvent> decodeAlertEvents(std::string_view text) {
     return decodeEvents<AlertEvent>(text);
 }

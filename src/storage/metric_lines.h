@@ -17,6 +17,16 @@ namespace ostrel::metric_lines {
 // not decode (a torn last line, garbage) are passed over. The last line needs no line feed.
 void appendSamples(std::string_view bytes, std::vector<SystemMetrics>& out);
 
+// Every record among the lines, each kind in line order.
+struct MetricRecords {
+    std::vector<SystemMetrics> samples;
+    std::vector<WatchedProcessEvent> watchedEvents;
+    std::vector<AlertEvent> alertEvents;
+};
+// Sorts the lines out by kind: a line with "event_type" is a watched-process event, one with
+// only "eventType" an alert, any other a sample; what does not decode is passed over.
+void appendRecords(std::string_view bytes, MetricRecords& out);
+
 // The events of one kind among the lines, in order; every other line fails to decode as that
 // kind and is passed over.
 std::vector<AlertEvent> decodeAlertEvents(std::string_view text);

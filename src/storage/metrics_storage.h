@@ -18,6 +18,7 @@
 #include "records/system_metrics.h"
 #include "records/watched_process_event.h"
 #include "storage/append_file.h"
+#include "storage/metric_lines.h"
 #include "storage/storage_error.h"
 #include "storage/storage_health.h"
 #include "storage/upload_queue_ledger.h"
@@ -93,7 +94,11 @@ class MetricsStorage {
     // Samples of all files, in file order and line order; files are read in parallel.
     static std::vector<SystemMetrics> loadFilesInParallel(const std::vector<Path>& files);
     static std::optional<std::vector<SystemMetrics>> loadMetricsFromFile(const Path& file);
+    // Every record of one file in one pass, each kind in line order; nothing for a file that
+    // cannot be read. The dashboard reads a day this way, a file per thread.
+    static metric_lines::MetricRecords loadRecordsFromFile(const Path& file);
     // Alert events newest first; watched-process events in file order.
+    static std::vector<AlertEvent> newestFirst(std::vector<AlertEvent> events);
     std::vector<AlertEvent> loadAlertEvents(std::string_view day) const;
     std::vector<AlertEvent> loadAllAlertEvents() const;
     std::vector<WatchedProcessEvent> loadWatchedProcessEvents(std::string_view day) const;

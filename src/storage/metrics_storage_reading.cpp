@@ -21,6 +21,15 @@ constexpr size_t kTimestampSlice = 4096;
 // A last line is looked for this far back; a sample is a few KB.
 constexpr size_t kLastLineLimit = 1 << 20;
 
+// Room for the whole file at the first block's density of samples, backed at once: growing
+// the vector would move every sample and touch twice the memory.
+void reserveForFile(std::vector<SystemMetrics>& samples, const files::LineBlockReader& reader,
+                    size_t firstBlockBytes) {
+    const size_t expected = samples.size() * reader.sizeAtOpen() / firstBlockBytes;
+    samples.reserve(expected * 9 / 8 + 8);
+    prefaultForWriting(samples.data(), expected * sizeof(SystemMetrics));
+}
+
 }  // namespace
 
 std::optional<std::vector<MetricsStorage::Path>> MetricsStorage::metricsFiles() const {
@@ -64,17 +73,25 @@ std::optional<std::vector<SystemMetrics>> MetricsStorage::loadMetricsFromFile(co
     bool first = true;
     while (const auto block = reader.next()) {
         metric_lines::appendSamples(*block, samples);
-        if (first) {
-            // Room for the whole file at the first block's density of samples, backed at
-            // once: growing the vector would move every sample and touch twice the memory.
-            const size_t expected = samples.size() * reader.sizeAtOpen() / block->size();
-            samples.reserve(expected * 9 / 8 + 8);
-            prefaultForWriting(samples.data(), expected * sizeof(SystemMetrics));
-            first = false;
-        }
+        if (first) reserveForFile(samples, reader, block->size());
+        first = false;
     }
     if (reader.failed()) return std::nullopt;
     return samples;
+}
+
+metric_lines::MetricRecords MetricsStorage::loadRecordsFromFile(const Path& file) {
+    files::LineBlockReader reader(file);
+    metric_lines::MetricRecords records;
+    bool first = true;
+    while (const auto block = reader.next()) {
+        metric_lines::appendRecords(*block, records);
+        if (first) reserveForFile(records.samples, reader, block->size());
+        first = false;
+    }
+    if (reader.failed()) return {};
+    records.alertEvents = newestFirst(std::move(records.alertEvents));
+    return records;
 }
 
 std::vector<SystemMetrics> MetricsStorage::loadFilesInParallel(const std::vector<Path>& files) {
@@ -134,17 +151,13 @@ std::vector<Event> MetricsStorage::loadEvents(std::optional<std::string_view> da
     return events;
 }
 
-namespace {
-
 // Later first; a stable sort keeps events of the same second in file order.
-std::vector<AlertEvent> newestFirst(std::vector<AlertEvent> events) {
+std::vector<AlertEvent> MetricsStorage::newestFirst(std::vector<AlertEvent> events) {
     std::stable_sort(events.begin(), events.end(), [](const AlertEvent& a, const AlertEvent& b) {
         return a.timestamp > b.timestamp;
     });
     return events;
 }
-
-}  // namespace
 
 std::vector<AlertEvent> MetricsStorage::loadAlertEvents(std::string_view day) const {
     return newestFirst(loadEvents<AlertEvent>(day, metric_lines::decodeAlertEvents));

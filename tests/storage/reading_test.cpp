@@ -45,6 +45,13 @@ TEST_F(Reading, EachLoaderTakesOnlyItsOwnWholeLines) {
     EXPECT_EQ(storage.loadAllWatchedProcessEvents(),
               (std::vector{watched("w0"), watched("w1"), watched("w2")}));
     EXPECT_EQ(storage.loadWatchedProcessEvents("2026-11-14").size(), 1u);
+
+    // One pass over a file sorts its lines out as the three loaders do.
+    const auto file = dir / "data/metrics/metrics-2026-11-15.jsonl";
+    const auto records = MetricsStorage::loadRecordsFromFile(file);
+    EXPECT_EQ(records.samples, MetricsStorage::loadFilesInParallel({file}));
+    EXPECT_EQ(records.alertEvents, storage.loadAlertEvents("2026-11-15"));
+    EXPECT_EQ(records.watchedEvents, storage.loadWatchedProcessEvents("2026-11-15"));
 }
 
 TEST_F(Reading, DaysAndTheFilesOfADay) {
