@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "dashboard/chart_interaction.h"
+
 namespace ostrel {
 namespace {
 
@@ -113,6 +115,42 @@ TEST(ChartDrag, StartsAtTenPixelsAndZoomsOnlyFromThirtySeconds) {
     ChartDrag wide(1000, 100);
     wide.moveTo(1600, 100);
     EXPECT_EQ(wide.zoomSelection(geometry), (DateRange{at(950), at(1000)}));
+}
+
+TEST(ChartInteraction, HoverFollowsThePointerClickPinsAndADragZooms) {
+    const std::vector<ChartSeries> data{seriesOver(0, 1000, 10)};
+    const ChartGeometry geometry(kPlot, data);
+    ChartInteraction chart;
+
+    chart.move(geometry, 300, 100);
+    EXPECT_EQ(chart.selectedDate(), at(250));
+    chart.move(geometry, 300, 5);  // above the plot area
+    EXPECT_FALSE(chart.selectedDate());
+    chart.move(geometry, 1050, 100);
+    chart.leave();
+    EXPECT_FALSE(chart.selectedDate());
+
+    chart.press(geometry, 300, 100);
+    chart.move(geometry, 305, 100);
+    EXPECT_FALSE(chart.isDragging());
+    EXPECT_EQ(chart.release(geometry, 306, 100), (ChartGesture{.pin = at(256)}));
+
+    chart.press(geometry, 300, 100);
+    chart.move(geometry, 250, 100);
+    EXPECT_TRUE(chart.isDragging());
+    EXPECT_EQ(chart.dragDates(geometry), std::pair(at(250), at(200)));
+    EXPECT_EQ(chart.release(geometry, 200, 100),
+              (ChartGesture{.zoom = DateRange{at(150), at(250)}}));
+    EXPECT_FALSE(chart.isDragging());
+    EXPECT_FALSE(chart.dragDates(geometry));
+
+    chart.press(geometry, 300, 100);  // a drag of 20 seconds: neither a pin nor a zoom
+    EXPECT_EQ(chart.release(geometry, 320, 100), ChartGesture{});
+    chart.press(geometry, 20, 100);  // left of the plot
+    EXPECT_EQ(chart.release(geometry, 20, 100), ChartGesture{});
+
+    EXPECT_TRUE(isPinOrigin("cpu", "cpu"));
+    EXPECT_FALSE(isPinOrigin(std::nullopt, "cpu"));
 }
 
 }  // namespace
