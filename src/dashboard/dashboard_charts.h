@@ -20,12 +20,14 @@ struct ValueRange {
     bool operator==(const ValueRange&) const = default;
 };
 
-// One drawn series of a chart: which of the shown series, its legend and its colour.
-struct ChartSeriesSpec {
-    ChartSeries SystemSeries::*series = nullptr;
+// One drawn series of a chart: which series of `Source` it draws, its legend and its colour.
+template <class Source>
+struct SeriesSpec {
+    ChartSeries Source::*series = nullptr;
     std::string label;
     DashboardColor color = DashboardColor::primary;
 };
+using ChartSeriesSpec = SeriesSpec<SystemSeries>;
 
 // How a chart's y axis is scaled.
 enum class YScale {
