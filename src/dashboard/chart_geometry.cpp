@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dashboard/dashboard_view_model.h"
+
 namespace ostrel {
 
 ChartGeometry::ChartGeometry(PlotArea plot, std::span<const ChartSeries> series)
@@ -98,7 +100,8 @@ std::optional<DateRange> ChartDrag::zoomSelection(const ChartGeometry& geometry)
     const auto dates = draggedDates(geometry);
     if (!dates) return std::nullopt;
     const auto [start, end] = std::minmax(dates->first, dates->second);
-    if (secondsBetween(start, end) < minimumZoomSeconds) return std::nullopt;
+    // The model refuses a shorter window in any case; the chart does not even ask.
+    if (secondsBetween(start, end) < DashboardViewModel::minimumZoomSeconds) return std::nullopt;
     return DateRange{start, end};
 }
 

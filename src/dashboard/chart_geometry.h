@@ -68,7 +68,6 @@ std::vector<std::optional<size_t>> findClosestData(std::span<const ChartSeries> 
 class ChartDrag {
   public:
     static constexpr double minimumDistance = 10;  // pixels
-    static constexpr double minimumZoomSeconds = 30;
 
     ChartDrag(double pressX, double pressY) : pressX_(pressX), pressY_(pressY) {}
     void moveTo(double x, double y);
