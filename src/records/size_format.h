@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// Sizes and rates as the windows show them. Sizes in MB are mebibytes; "GB", "MB" and "KB" of
+// bytes and rates are powers of 1024.
+namespace ostrel::SizeFormat {
+
+// "1023 MB", "1.0 GB" from 1024 on.
+std::string formatMB(double mebibytes);
+// "512 B", "1.5 KB", "2.0 MB", "1.1 GB".
+std::string formatBytes(uint64_t bytes);
+// "0 B/s", "512 B/s", "1.5 KB/s", "2.0 MB/s".
+std::string formatRate(double bytesPerSecond);
+
+}  // namespace ostrel::SizeFormat
