@@ -5,7 +5,7 @@ namespace {
 
 using SideTimersTest = MonitorFixture;
 
-// CPU alerts in the background, every check past the threshold alerting; no memory alerts.
+// CPU alerts in the background with no sustain and the shortest cooldown; no memory alerts.
 MonitorConfig backgroundCpuAlerts() {
     MonitorConfig config;
     config.alertsEnabled = config.alertInBackground = true;
