@@ -36,7 +36,7 @@ inline long sample(long& checksum) {
     DIR* proc = ::opendir("/proc");
     if (!proc) return 0;
     long processes = 0;
-    char path[64];
+    char path[sizeof("/proc//stat") + sizeof(dirent::d_name)];
     while (const dirent* entry = ::readdir(proc)) {
         if (entry->d_name[0] < '0' || entry->d_name[0] > '9') continue;
         std::snprintf(path, sizeof(path), "/proc/%s/stat", entry->d_name);

@@ -205,7 +205,9 @@ TEST_F(ApplicationTest, CommandsDriveLaunchedInstancesUntilQuitOrSigterm) {
     EXPECT_EQ(ostrel({"--clear-pins"}).standardOutput, "Pinned processes cleared\n");
     EXPECT_FALSE(contains(testing::readFile(settingsFile()), "Safari"));
 
-    if (withModule) EXPECT_TRUE(contains(mappedFiles(*pid), "libQt6Widgets"));
+    if (withModule) {
+        EXPECT_TRUE(contains(mappedFiles(*pid), "libQt6Widgets"));
+    }
 
     EXPECT_EQ(ostrel({"--stop"}).standardOutput,
               "Stop command sent — collection stopped (app stays running)\n");

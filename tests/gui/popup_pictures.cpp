@@ -46,7 +46,9 @@ TEST_P(PopupPictures, UpdateCostPerSample) {
     timer.start();
     for (int sample = 0; sample < kSamples; ++sample) {
         monitor->successCount.set(monitor->successCount.get() + 1);
-        monitor->lastMetrics.modify([&](auto& metrics) { metrics->cpu->userPercent = sample; });
+        SystemMetrics metrics = *monitor->lastMetrics.get();
+        metrics.cpu->userPercent = sample;
+        monitor->lastMetrics.set(std::move(metrics));
         settle();
     }
     std::printf("popup update per sample: %.2f ms (mean of %d)\n",
@@ -67,7 +69,7 @@ TEST_P(PopupPictures, SearchWithResults) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Palettes, PopupPictures, ::testing::Values(false, true),
-                         [](const auto& info) { return info.param ? "dark" : "light"; });
+                         [](const auto& palette) { return palette.param ? "dark" : "light"; });
 
 }  // namespace
 }  // namespace ostrel::testing

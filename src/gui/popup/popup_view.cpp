@@ -164,13 +164,13 @@ QWidget* PopupView::metricsWidget(const MetricsSection& section) {
 QWidget* PopupView::processListWidget(const ProcessList& list) {
     auto* widget = new QWidget;
     auto* layout = tightColumn(widget, 0);
-    auto* header = tightRow();
+    auto* titleRow = tightRow();
     QLabel* title = label(list.title, PopupColor::secondary, 10, true);
     title->setToolTip(text(list.help));
-    header->addWidget(title);
-    if (!list.note.empty()) header->addWidget(label(list.note, PopupColor::secondary, 9));
-    header->addStretch();
-    layout->addLayout(header);
+    titleRow->addWidget(title);
+    if (!list.note.empty()) titleRow->addWidget(label(list.note, PopupColor::secondary, 9));
+    titleRow->addStretch();
+    layout->addLayout(titleRow);
     for (const ProcessRow& row : list.rows)
         layout->addWidget(
             processRow(row, [this](const std::string& key) { model_.togglePin(key); }));
@@ -180,15 +180,15 @@ QWidget* PopupView::processListWidget(const ProcessList& list) {
 QWidget* PopupView::watchedWidget(const WatchedSection& section) {
     auto* widget = new QWidget;
     auto* layout = tightColumn(widget, 4);
-    auto* header = tightRow();
+    auto* titleRow = tightRow();
     auto* pin = new QLabel;
     pin->setPixmap(symbolIcon(section.headerImage, resolvedColor(PopupColor::orange, palette()))
                        .pixmap(12, 12));
-    header->addWidget(pin);
-    header->addWidget(label(section.title, PopupColor::primary, 10, true));
-    header->addWidget(label(section.note, PopupColor::secondary, 9));
-    header->addStretch();
-    layout->addLayout(header);
+    titleRow->addWidget(pin);
+    titleRow->addWidget(label(section.title, PopupColor::primary, 10, true));
+    titleRow->addWidget(label(section.note, PopupColor::secondary, 9));
+    titleRow->addStretch();
+    layout->addLayout(titleRow);
 
     auto* box = new QFrame;
     tintBackground(box, resolvedColor(PopupColor::orange, palette()), 0.15);
