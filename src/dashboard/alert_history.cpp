@@ -1,7 +1,7 @@
 #include "dashboard/alert_history.h"
 
 #include "dashboard/chart_formatters.h"
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -12,8 +12,8 @@ std::vector<AlertProcessRow> processRows(
     if (!processes) return rows;
     for (const AlertProcessInfo& process : *processes) {
         rows.push_back({process.pid, process.name,
-                        byCPU ? ChartFormatters::formatPercent(process.cpuPercent.value_or(0))
-                              : SizeFormat::formatMB(process.memoryMB.value_or(0))});
+                        byCPU ? ValueFormat::formatPercent(process.cpuPercent.value_or(0))
+                              : ValueFormat::formatMB(process.memoryMB.value_or(0))});
     }
     return rows;
 }

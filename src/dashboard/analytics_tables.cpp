@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -61,7 +61,7 @@ ProcessTable topCPUTable(const std::vector<ProcessAggregate>& processes, Process
 ProcessTable topMemoryTable(const std::vector<ProcessAggregate>& processes,
                             ProcessFilterMode filter, ProcessSortMode sort) {
     return processTable("Top Memory", "memorychip", DashboardColor::purple, processes, filter, sort,
-                        false, [](double mb) { return SizeFormat::formatMB(mb); });
+                        false, [](double mb) { return ValueFormat::formatMB(mb); });
 }
 
 std::string formatNetworkTableBytes(uint64_t bytes) {

@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "records/size_format.h"
 #include "records/text.h"
+#include "records/value_format.h"
 
 namespace ostrel::ChartFormatters {
 namespace {
@@ -24,10 +24,6 @@ std::string time(Date date, const std::optional<SourceTimeZone>& zone) {
 
 std::string dateTime(Date date, const std::optional<SourceTimeZone>& zone) {
     return formatDate(date, "MMM d, ", zone) + time(date, zone);
-}
-
-std::string formatPercent(double percent) {
-    return fmt::format("{:.1f}%", percent);
 }
 
 std::string formatValue(double value) {
@@ -59,15 +55,15 @@ DragLabel dragLabel(Date from, Date to, const std::optional<SourceTimeZone>& zon
 }
 
 std::string formattedMemory(const ProcessSnapshot& process) {
-    return SizeFormat::formatMB(process.memoryMB);
+    return ValueFormat::formatMB(process.memoryMB);
 }
 
 std::string formattedRead(const DiskProcessSnapshot& process) {
-    return SizeFormat::formatRate(process.readBytesPerSec);
+    return ValueFormat::formatRate(process.readBytesPerSec);
 }
 
 std::string formattedWrite(const DiskProcessSnapshot& process) {
-    return SizeFormat::formatRate(process.writeBytesPerSec);
+    return ValueFormat::formatRate(process.writeBytesPerSec);
 }
 
 }  // namespace ostrel::ChartFormatters

@@ -15,8 +15,6 @@ namespace ostrel::ChartFormatters {
 std::string time(Date date, const std::optional<SourceTimeZone>& zone);
 std::string dateTime(Date date, const std::optional<SourceTimeZone>& zone);
 
-// A CPU share, "12.5%".
-std::string formatPercent(double percent);
 // A line chart's value: "1.2K" from 1000 on, "250" from 100 on, else "12.5".
 std::string formatValue(double value);
 // "59s", "1m 0s", "1h 0m": the span of a drag.

@@ -4,6 +4,7 @@
 
 #include "dashboard/chart_formatters.h"
 #include "dashboard/chart_geometry.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 
@@ -42,7 +43,7 @@ std::optional<CPUTooltip> cpuTooltip(const ChartSeries& user, const ChartSeries&
         for (const ProcessSnapshot& process : *withProcesses->topProcesses) {
             tooltip.processes.push_back(
                 {process.pid, process.name,
-                 ChartFormatters::formatPercent(shownCPU(process, normalizeCPU)),
+                 ValueFormat::formatPercent(shownCPU(process, normalizeCPU)),
                  ChartFormatters::formattedMemory(process)});
         }
     }

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -128,7 +128,7 @@ std::string chartSubtitle(const ChartSpec& chart, const CachedChartData& cached)
     if (chart.identifier == "gpu") return average(cached.avgGpuUtilization);
     if (chart.identifier == "battery") return average(cached.avgBatteryPercent);
     if (chart.identifier == "swap" && cached.avgSwapUsedMB)
-        return SizeFormat::formatMB(*cached.avgSwapUsedMB);
+        return ValueFormat::formatMB(*cached.avgSwapUsedMB);
     return {};
 }
 

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "dashboard/chart_formatters.h"
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -42,7 +42,7 @@ std::array<HeroStat, 3> heroStats(const DashboardFigures& figures) {
     const auto peakCpu =
         figures.peakCpuUsage ? std::optional<double>(figures.peakCpuUsage->first) : std::nullopt;
     const std::string swap =
-        figures.avgSwapUsedMB ? SizeFormat::formatMB(*figures.avgSwapUsedMB) : kNoValue;
+        figures.avgSwapUsedMB ? ValueFormat::formatMB(*figures.avgSwapUsedMB) : kNoValue;
     return {{
         {"CPU Usage", formatted(figures.avgCpuUsage, "{:.0f}%"), cpuUsageColor(figures.avgCpuUsage),
          sparklineOf(figures.cpuUsage), "Peak " + formatted(peakCpu, "{:.1f}%"),
@@ -63,9 +63,9 @@ std::array<SummaryStatCard, 4> summaryCards(const DashboardFigures& figures) {
     if (figures.peakCpuUsage) {
         const auto& [value, date] = *figures.peakCpuUsage;
         peakCpu = {"Peak @ " + ChartFormatters::time(date, figures.sourceTimezone),
-                   ChartFormatters::formatPercent(value), cpuUsageColor(value)};
+                   ValueFormat::formatPercent(value), cpuUsageColor(value)};
     }
-    const auto bytes = [](int64_t count) { return SizeFormat::formatBytes(uint64_t(count)); };
+    const auto bytes = [](int64_t count) { return ValueFormat::formatBytes(uint64_t(count)); };
     return {{
         {"cpu",
          C::green,
@@ -100,8 +100,8 @@ std::optional<TopConsumerCard> topConsumerCard(const DashboardFigures& figures) 
     if (!figures.topCpuConsumer) return std::nullopt;
     const ProcessAggregate& top = *figures.topCpuConsumer;
     return TopConsumerCard{.name = top.name,
-                           .cpu = ChartFormatters::formatPercent(top.avgCPU),
-                           .memory = SizeFormat::formatMB(top.avgMemoryMB)};
+                           .cpu = ValueFormat::formatPercent(top.avgCPU),
+                           .memory = ValueFormat::formatMB(top.avgMemoryMB)};
 }
 
 }  // namespace ostrel

@@ -2,7 +2,7 @@
 
 #include "dashboard/chart_formatters.h"
 #include "dashboard/chart_geometry.h"
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -14,8 +14,8 @@ bool hasProcessList(const ChartPoint& point) {
 void addProcessLists(const ChartPoint& point, LineTooltip& tooltip) {
     if (point.topNetworkProcesses) {
         for (const NetworkProcessSnapshot& p : *point.topNetworkProcesses) {
-            tooltip.networkProcesses.push_back({p.pid, p.name, SizeFormat::formatBytes(p.bytesIn),
-                                                SizeFormat::formatBytes(p.bytesOut)});
+            tooltip.networkProcesses.push_back({p.pid, p.name, ValueFormat::formatBytes(p.bytesIn),
+                                                ValueFormat::formatBytes(p.bytesOut)});
         }
     }
     if (point.topDiskProcesses) {
@@ -26,7 +26,7 @@ void addProcessLists(const ChartPoint& point, LineTooltip& tooltip) {
     }
     if (point.topProcesses) {
         for (const ProcessSnapshot& p : *point.topProcesses) {
-            tooltip.processes.push_back({p.pid, p.name, ChartFormatters::formatPercent(p.cpu),
+            tooltip.processes.push_back({p.pid, p.name, ValueFormat::formatPercent(p.cpu),
                                          ChartFormatters::formattedMemory(p)});
         }
     }

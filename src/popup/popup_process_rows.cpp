@@ -7,13 +7,14 @@
 #include "monitor/performance_monitor.h"
 #include "popup/popup_format.h"
 #include "records/text.h"
+#include "records/value_format.h"
 
 namespace ostrel::PopupProcessRows {
 namespace {
 
-using PopupFormat::formatMB;
-using PopupFormat::formatPercent;
 using PopupFormat::pidList;
+using ValueFormat::formatMB;
+using ValueFormat::formatPercent;
 
 constexpr int kMaxPins = PerformanceMonitor::kMaxPinnedProcesses;
 
@@ -101,9 +102,9 @@ WatchedSection watchedSection(const PopupInputs& inputs) {
         row.figures.push_back({formatMB(metrics->memoryMB), PopupColor::purple});
         const uint64_t network = metrics->networkBytesIn + metrics->networkBytesOut;
         if (network > 0)
-            row.figures.push_back({PopupFormat::formatBytes(network), PopupColor::cyan});
+            row.figures.push_back({ValueFormat::formatBytes(network), PopupColor::cyan});
         const double disk = metrics->diskReadBytesPerSec + metrics->diskWriteBytesPerSec;
-        if (disk > 0) row.figures.push_back({PopupFormat::formatRate(disk), PopupColor::green});
+        if (disk > 0) row.figures.push_back({ValueFormat::formatRate(disk), PopupColor::green});
         if (inputs.config.showPIDsInUI && !metrics->pids.empty())
             row.help = pidList(metrics->pids) + "\n" + row.help;
         section.rows.push_back(std::move(row));

@@ -8,7 +8,7 @@
 #include "dashboard/cpu_tooltip.h"
 #include "dashboard/dashboard_charts.h"
 #include "dashboard/line_tooltip.h"
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 namespace ostrel {
 namespace {
@@ -42,14 +42,15 @@ TEST(StepChartZones, BoundaryValuesTakeTheLowerLabelAndTheUpperColour) {
 }
 
 TEST(ChartFormatters, SizesValuesAndDurationsChangeUnitAtTheirThresholds) {
-    EXPECT_EQ(SizeFormat::formatMB(1023), "1023 MB");
-    EXPECT_EQ(SizeFormat::formatMB(1024), "1.0 GB");
+    EXPECT_EQ(ValueFormat::formatMB(1023), "1023 MB");
+    EXPECT_EQ(ValueFormat::formatMB(1024), "1.0 GB");
     EXPECT_EQ(ChartFormatters::formatValue(99.94), "99.9");
     EXPECT_EQ(ChartFormatters::formatValue(999.9), "1000");
     EXPECT_EQ(ChartFormatters::formatValue(1000), "1.0K");
-    EXPECT_EQ(SizeFormat::formatBytes(1023), "1023 B");
-    EXPECT_EQ(SizeFormat::formatBytes(1536), "1.5 KB");
-    EXPECT_EQ(SizeFormat::formatBytes(3ull << 30), "3.0 GB");
+    EXPECT_EQ(ValueFormat::formatBytes(1023), "1023 B");
+    EXPECT_EQ(ValueFormat::formatBytes(1536), "1.5 KB");
+    EXPECT_EQ(ValueFormat::formatBytes(3ull << 30), "3.0 GB");
+    EXPECT_EQ(ValueFormat::formatRate(512.4), "512 B/s");
     EXPECT_EQ(ChartFormatters::formattedRead({.readBytesPerSec = 0}), "0 B/s");
     EXPECT_EQ(ChartFormatters::formattedRead({.readBytesPerSec = 0.4}), "0 B/s");
     EXPECT_EQ(ChartFormatters::formattedWrite({.writeBytesPerSec = 2.5 * 1048576}), "2.5 MB/s");

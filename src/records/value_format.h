@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
-// Sizes and rates as the windows show them. Sizes in MB are mebibytes; "GB", "MB" and "KB" of
-// bytes and rates are powers of 1024.
-namespace ostrel::SizeFormat {
+// Sizes, rates and shares as the windows show them. Sizes in MB are mebibytes; "GB", "MB" and "KB"
+// of bytes and rates are powers of 1024.
+namespace ostrel::ValueFormat {
 
 // "1023 MB", "1.0 GB" from 1024 on.
 std::string formatMB(double mebibytes);
@@ -13,5 +13,7 @@ std::string formatMB(double mebibytes);
 std::string formatBytes(uint64_t bytes);
 // "0 B/s", "512 B/s", "1.5 KB/s", "2.0 MB/s".
 std::string formatRate(double bytesPerSecond);
+// A CPU share, "%.1f%%": "12.5%".
+std::string formatPercent(double percent);
 
-}  // namespace ostrel::SizeFormat
+}  // namespace ostrel::ValueFormat

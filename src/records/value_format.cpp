@@ -1,8 +1,8 @@
-#include "records/size_format.h"
+#include "records/value_format.h"
 
 #include <fmt/format.h>
 
-namespace ostrel::SizeFormat {
+namespace ostrel::ValueFormat {
 
 std::string formatMB(double mebibytes) {
     if (mebibytes >= 1024) return fmt::format("{:.1f} GB", mebibytes / 1024);
@@ -28,4 +28,8 @@ std::string formatRate(double bytesPerSecond) {
     return "0 B/s";
 }
 
-}  // namespace ostrel::SizeFormat
+std::string formatPercent(double percent) {
+    return fmt::format("{:.1f}%", percent);
+}
+
+}  // namespace ostrel::ValueFormat
