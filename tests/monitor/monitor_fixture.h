@@ -116,9 +116,11 @@ struct StoredLines {
 
 class MonitorFixture : public ::testing::Test {
   protected:
-    ~MonitorFixture() override {
+    // Before the members of a derived fixture go: connections to its test collector close first.
+    void TearDown() override {
         monitor.reset();
         dispatcher.runUntilIdle();
+        hecOptions.transport.reset();
     }
 
     // Fresh fakes on each call, on virtual time; `cpu` and `storage` point at the newest.

@@ -2,10 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -13,9 +12,13 @@
 
 #include "support/hec_collector.h"
 
-namespace ostrel::testing {
+namespace httplib {
+class SSLServer;
+struct Request;
+struct Response;
+}  // namespace httplib
 
-struct TlsContext;
+namespace ostrel::testing {
 
 // A local HTTPS server that speaks the event collector's protocol: real TLS on 127.0.0.1 with
 // a self-signed certificate made at start, HTTP/1.1 keep-alive, bodies of a Content-Length. It
@@ -25,7 +28,7 @@ class HecTestServer {
   public:
     struct Exchange {
         HecRequest request;
-        HecAnswer answer;  // status 0: none was sent
+        HecAnswer answer;  // status 0: cut off unanswered when the server stopped
         std::vector<HecReceivedEvent> events;
     };
 
@@ -46,13 +49,14 @@ class HecTestServer {
     void answerWithProxyPage();
     // Requests are read and never answered, until the behaviour changes or the server stops.
     void stall();
-    // Answers as the collector, one byte at a time with `pause` between bytes: slow, but never
-    // idle for longer than `pause`.
+    // Answers as the collector, the body one byte at a time with `pause` before each: slow, but
+    // never idle for longer than `pause`.
     void answerSlowly(std::chrono::milliseconds pause);
 
     std::vector<Exchange> exchanges() const;
     // The events of every accepted post, in the order they arrived.
     std::vector<HecReceivedEvent> events() const;
+    // Connections that carried at least one request.
     int connectionsAccepted() const;
     // Forgets what was received, so that a long run does not hold every body.
     void clearExchanges();
@@ -60,17 +64,13 @@ class HecTestServer {
   private:
     enum class Behaviour { collector, busy, fixed, stall };
 
-    void acceptLoop();
-    void serve(int socket);
-    // None when the server stops while the request stalls.
-    std::optional<HecAnswer> respond(const HecRequest& request);
+    void serve(const httplib::Request& request, httplib::Response& response);
     void setBehaviour(Behaviour behaviour, HecAnswer fixed = {});
 
     const std::string token_;
-    std::unique_ptr<TlsContext> tls_;
-    int listener_ = -1;
-    int wakePipe_[2] = {-1, -1};
-    uint16_t port_ = 0;
+    std::unique_ptr<httplib::SSLServer> server_;
+    int port_ = 0;
+    std::thread listenThread_;
 
     mutable std::mutex mutex_;
     std::condition_variable behaviourChanged_;
@@ -78,11 +78,8 @@ class HecTestServer {
     HecAnswer fixedAnswer_;
     std::chrono::milliseconds pauseBetweenBytes_{0};
     bool stopping_ = false;
-    int accepted_ = 0;
-    std::vector<int> openSockets_;
+    std::set<int> clientPorts_;
     std::vector<Exchange> exchanges_;
-    std::vector<std::thread> connectionThreads_;
-    std::thread acceptThread_;
 };
 
 }  // namespace ostrel::testing

@@ -233,7 +233,7 @@ TEST_F(SplunkHECClientTest, CertificatesAreCheckedUnlessTurnedOffWhichIsAnnounce
 // long, arrives; one that never moves fails.
 TEST_F(SplunkHECClientTest, SlowButMovingCollectorSucceedsStalledOrAbsentOneTimesOut) {
     auto hec = client(false, {}, {.batch = 1s, .health = 1s});
-    server.answerSlowly(10ms);  // about 200 bytes of answer: 2 s in all
+    server.answerSlowly(80ms);  // 27 bytes of answer body: over 2 s in all
     const auto started = std::chrono::steady_clock::now();
     EXPECT_EQ(hec->sendBatch(QueueFile(3).entries), 3);
     EXPECT_GT(std::chrono::steady_clock::now() - started, 1500ms);
