@@ -36,20 +36,21 @@ TEST_F(DashboardTest, ADayOfThisMachinesSamplesGivesSeriesRankingsAlertsAndAProc
     auto monitor = PerformanceMonitor::create(MonitorDependencies::forThisMachine(
         dispatcher, alerts, std::make_shared<MemoryPreferencesStore>(), dir / "data"));
     MonitorConfig config;
-    config.intervalSeconds = 1800;
     config.alertsEnabled = true;
     config.alertMemoryPressureLevel = 1;  // any pressure at all alerts
     config.alertCooldownMinutes = 0;
     config.alertShowNotification = false;
     monitor->configure(config);
     monitor->pinProcess("ostrel_dash");  // this test program
-    monitor->start();
-    // Real time passes between samples too, so that the kernel's CPU ticks move on.
+    // One sample every half hour: each start stores one at once. Real time passes between
+    // samples too, so that the kernel's CPU ticks move on.
     for (int step = 0; step < 44; ++step) {
+        monitor->start();
+        dispatcher.runUntilIdle();
+        monitor->stop();
         std::this_thread::sleep_for(25ms);
         dispatcher.advance(30min);
     }
-    monitor->stop();
     monitor.reset();
     dispatcher.runUntilIdle();
 

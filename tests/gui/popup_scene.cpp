@@ -25,9 +25,10 @@ PopupScene::PopupScene() {
     build();
 }
 
-PopupScene::~PopupScene() {
+void PopupScene::TearDown() {
     panel.reset();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    MonitorFixture::TearDown();
 }
 
 void PopupScene::configure(const PreferenceDictionary& settings) {

@@ -19,7 +19,8 @@ namespace ostrel::testing {
 class PopupScene : public MonitorFixture {
   protected:
     PopupScene();
-    ~PopupScene() override;
+    // The views go before the monitor they observe, which the base fixture releases.
+    void TearDown() override;
 
     // Storage off, upload on without a token: nowhere to send samples.
     void stoppedWithoutADestination();

@@ -1,4 +1,6 @@
 // A monitor built from this machine's pieces, on real threads, for a few seconds.
+#include <thread>
+
 #include "monitor_fixture.h"
 
 namespace ostrel::testing {
@@ -22,8 +24,7 @@ TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
         MonitorConfig config = uploadingTo(server);
         config.intervalSeconds = 1;
         config.alertsEnabled = true;
-        config.alertCPUThreshold = 0;  // any load at all alerts
-        config.alertCooldownMinutes = 0;
+        config.alertCPUThreshold = 1;  // the lowest; the spinning thread below passes it
         config.alertMemoryPressureLevel = 0;
         monitor->configure(config);
         monitor->pinProcess("ostrel_monitor");  // this test program
@@ -40,7 +41,13 @@ TEST(MonitorIntegrationTest, ARealMonitorStoresPinsAlertsAndDeliversOverTls) {
             monitor.reset();
             dispatcher->quitMainLoop();
         });
+    // One core busy for the whole run, so that every sample is past the CPU threshold.
+    std::jthread spinning([](std::stop_token stop) {
+        while (!stop.stop_requested()) {
+        }
+    });
     dispatcher->runMainLoop();
+    spinning = {};
     finish.reset();
 
     const StoredLines stored(dir / "data" / "metrics");

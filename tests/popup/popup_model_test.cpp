@@ -21,9 +21,10 @@ class PopupModelTest : public testing::MonitorFixture {
         subscription = model->content.subscribe([this](const PopupContent&) { ++published; });
     }
 
-    ~PopupModelTest() override {
+    void TearDown() override {
         subscription.cancel();
-        model.reset();
+        model.reset();  // before the monitor it observes
+        MonitorFixture::TearDown();
     }
 
     const PopupContent& content() const { return model->content.get(); }

@@ -14,9 +14,10 @@ SettingsScene::SettingsScene() {
     build();
 }
 
-SettingsScene::~SettingsScene() {
+void SettingsScene::TearDown() {
     window.reset();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    MonitorFixture::TearDown();
 }
 
 SettingsWindow& SettingsScene::open(const std::string& managed) {

@@ -18,7 +18,8 @@ namespace ostrel::testing {
 class SettingsScene : public MonitorFixture {
   protected:
     SettingsScene();
-    ~SettingsScene() override;
+    // The views go before the monitor they observe, which the base fixture releases.
+    void TearDown() override;
 
     // Installs `managed` as the administrator's file (JSON; empty for none), then opens the
     // window over the store as it stands.
