@@ -11,8 +11,8 @@ namespace {
 
 using C = DashboardColor;
 
-std::vector<ChartSpec> makeCharts() {
-    std::vector<ChartSpec> charts;
+std::vector<ChartDefinition> makeCharts() {
+    std::vector<ChartDefinition> charts;
     charts.push_back(
         {.title = "CPU Usage",
          .kind = ChartKind::cpuStacked,
@@ -94,12 +94,12 @@ std::vector<ChartSpec> makeCharts() {
 
 }  // namespace
 
-const std::vector<ChartSpec>& dashboardCharts() {
-    static const std::vector<ChartSpec> charts = makeCharts();
+const std::vector<ChartDefinition>& dashboardCharts() {
+    static const std::vector<ChartDefinition> charts = makeCharts();
     return charts;
 }
 
-std::optional<ValueRange> yDomainFor(const ChartSpec& chart, const SystemSeries& shown,
+std::optional<ValueRange> yDomainFor(const ChartDefinition& chart, const SystemSeries& shown,
                                      std::optional<double> totalMemoryMB) {
     switch (chart.yScale) {
         case YScale::automatic:
@@ -111,7 +111,7 @@ std::optional<ValueRange> yDomainFor(const ChartSpec& chart, const SystemSeries&
             return ValueRange{0, *totalMemoryMB / 1024};
         case YScale::zeroToAtLeast: {
             double upper = chart.yDomain.upper;
-            for (const ChartSeriesSpec& one : chart.series) {
+            for (const ChartSeriesDefinition& one : chart.series) {
                 for (const ChartPoint& point : shown.*one.series)
                     upper = std::max(upper, point.value);
             }
@@ -121,7 +121,7 @@ std::optional<ValueRange> yDomainFor(const ChartSpec& chart, const SystemSeries&
     return std::nullopt;
 }
 
-std::string chartSubtitle(const ChartSpec& chart, const CachedChartData& cached) {
+std::string chartSubtitle(const ChartDefinition& chart, const CachedChartData& cached) {
     const auto average = [](const std::optional<double>& value) {
         return value ? fmt::format("Avg {:.0f}%", *value) : std::string();
     };

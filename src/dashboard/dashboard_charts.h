@@ -22,12 +22,12 @@ struct ValueRange {
 
 // One drawn series of a chart: which series of `Source` it draws, its legend and its colour.
 template <class Source>
-struct SeriesSpec {
+struct SeriesDefinition {
     ChartSeries Source::*series = nullptr;
     std::string label;
     DashboardColor color = DashboardColor::primary;
 };
-using ChartSeriesSpec = SeriesSpec<SystemSeries>;
+using ChartSeriesDefinition = SeriesDefinition<SystemSeries>;
 
 // How a chart's y axis is scaled.
 enum class YScale {
@@ -38,10 +38,10 @@ enum class YScale {
 };
 
 // One chart card of the window.
-struct ChartSpec {
+struct ChartDefinition {
     std::string title;
     ChartKind kind = ChartKind::multiSeriesLine;
-    std::vector<ChartSeriesSpec> series;
+    std::vector<ChartSeriesDefinition> series;
     DashboardColor lineColor = DashboardColor::primary;  // step and simple charts
     YScale yScale = YScale::automatic;
     ValueRange yDomain;
@@ -53,13 +53,13 @@ struct ChartSpec {
 };
 
 // The nine charts, top to bottom.
-const std::vector<ChartSpec>& dashboardCharts();
+const std::vector<ChartDefinition>& dashboardCharts();
 
 // The y domain to draw with; absent leaves the scale to the drawing layer.
-std::optional<ValueRange> yDomainFor(const ChartSpec& chart, const SystemSeries& shown,
+std::optional<ValueRange> yDomainFor(const ChartDefinition& chart, const SystemSeries& shown,
                                      std::optional<double> totalMemoryMB);
 
 // The card's subtitle: the averages of the GPU, battery and swap cards, else empty.
-std::string chartSubtitle(const ChartSpec& chart, const CachedChartData& cached);
+std::string chartSubtitle(const ChartDefinition& chart, const CachedChartData& cached);
 
 }  // namespace ostrel

@@ -34,10 +34,10 @@ std::vector<ProcessPillItem> processPillItems(const std::vector<std::string>& pa
                                               std::string_view searchText);
 
 // One chart of the process analysis section, over a series of the process.
-struct ProcessChartSpec {
+struct ProcessChartDefinition {
     std::string title;
     ChartKind kind = ChartKind::simple;
-    std::vector<SeriesSpec<ProcessSeries>> series;
+    std::vector<SeriesDefinition<ProcessSeries>> series;
     std::string identifier;
     std::string helpText;
     double height = 200;
@@ -49,7 +49,7 @@ struct ProcessAnalysisSection {
     std::string title;      // the pattern
     std::string dataRange;  // of the shown CPU points, in the viewer's zone
     std::string sampleCount;
-    std::vector<ProcessChartSpec> charts;  // CPU and memory, then network and disk if any
+    std::vector<ProcessChartDefinition> charts;  // CPU and memory, then network and disk if any
 };
 
 // `whole` decides what shows; `shownCPU` (zoomed, normalised) gives the range and the count.

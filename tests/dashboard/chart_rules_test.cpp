@@ -19,9 +19,9 @@ using C = DashboardColor;
 const Date kMoment = Date(std::chrono::seconds(1795359909));
 const SourceTimeZone kWest{-5 * 3600, "GMT-0500"};
 
-const ChartSpec& chart(const std::string& identifier) {
-    for (const ChartSpec& spec : dashboardCharts())
-        if (spec.identifier == identifier) return spec;
+const ChartDefinition& chart(const std::string& identifier) {
+    for (const ChartDefinition& definition : dashboardCharts())
+        if (definition.identifier == identifier) return definition;
     throw std::runtime_error("no chart " + identifier);
 }
 
@@ -125,10 +125,10 @@ TEST(LineTooltip, RowPerSeriesAndTheFirstAttachedProcessList) {
 TEST(DashboardCharts, NineChartsWithTheirIdentifiersAndScales) {
     const auto& charts = dashboardCharts();
     std::vector<std::string> identifiers;
-    for (const ChartSpec& spec : charts) {
-        identifiers.push_back(spec.identifier);
-        EXPECT_FALSE(spec.helpText.empty()) << spec.identifier;
-        for (const ChartSeriesSpec& series : spec.series)
+    for (const ChartDefinition& definition : charts) {
+        identifiers.push_back(definition.identifier);
+        EXPECT_FALSE(definition.helpText.empty()) << definition.identifier;
+        for (const ChartSeriesDefinition& series : definition.series)
             EXPECT_TRUE(series.series);
     }
     EXPECT_EQ(identifiers, (std::vector<std::string>{"cpu", "memory", "thermal", "pressure", "swap",
