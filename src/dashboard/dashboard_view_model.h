@@ -164,6 +164,8 @@ class DashboardViewModel : public std::enable_shared_from_this<DashboardViewMode
     ChartSeries cachedMemoryUsedData() const;
     // The last sample of the source with its system facts where it has them.
     const std::optional<CompactMetric>& latestMetrics() const { return cached_.lastMetrics; }
+    // The model's "now", for texts that depend on the current year or day.
+    const Clock& clock() const { return dispatcher_.clock(); }
 
   private:
     struct ZoomRebuild {

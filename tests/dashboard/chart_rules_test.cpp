@@ -8,6 +8,7 @@
 #include "dashboard/cpu_tooltip.h"
 #include "dashboard/dashboard_charts.h"
 #include "dashboard/line_tooltip.h"
+#include "dashboard/point_tooltip.h"
 #include "records/value_format.h"
 
 namespace ostrel {
@@ -39,6 +40,24 @@ TEST(StepChartZones, BoundaryValuesTakeTheLowerLabelAndTheUpperColour) {
     const auto& pressure = chart("pressure").zones;
     EXPECT_EQ(StepChart::zoneLabel(pressure, 3), (ZoneLabel{"Warning", C::yellow}));
     EXPECT_EQ(StepChart::pointColor(pressure, 3), C::red);
+}
+
+TEST(PointTooltip, StepReadsTheZoneAndSimpleItsFormatterAndUnit) {
+    const ChartSeries levels{{.date = kMoment, .value = 1},
+                             {.date = kMoment + std::chrono::seconds(60), .value = 3.5}};
+    EXPECT_EQ(stepTooltip(levels, chart("thermal").zones, kMoment + std::chrono::seconds(20), kWest,
+                          true),
+              (PointTooltip{"10:05:09 AM", "Nominal", C::green, true}));
+    EXPECT_EQ(stepTooltip(levels, chart("thermal").zones, kMoment + std::chrono::seconds(50), kWest,
+                          false)
+                  ->value,
+              "Critical");
+    EXPECT_EQ(simpleTooltip(levels, C::yellow, {}, "%", kMoment, kWest, false),
+              (PointTooltip{"10:05:09 AM", "1.0%", C::yellow, false}));
+    EXPECT_EQ(
+        simpleTooltip(levels, C::red, ValueFormat::formatMB, "", kMoment, kWest, false)->value,
+        "1 MB");
+    EXPECT_FALSE(stepTooltip({}, {}, kMoment, kWest, false));
 }
 
 TEST(ChartFormatters, SizesValuesAndDurationsChangeUnitAtTheirThresholds) {

@@ -16,7 +16,7 @@ struct SymbolEntry {
     const char* bundled;
 };
 
-constexpr std::array<SymbolEntry, 21> kSymbols{{
+constexpr std::array<SymbolEntry, 22> kSymbols{{
     {"play.fill", "media-playback-start", "play.fill.svg"},
     {"stop.fill", "media-playback-stop", "stop.fill.svg"},
     {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
@@ -40,6 +40,8 @@ constexpr std::array<SymbolEntry, 21> kSymbols{{
     {"lock.shield.fill", "security-high", "lock.shield.fill.svg"},
     {"checkmark.circle.fill", "emblem-ok", "checkmark.circle.fill.svg"},
     {"questionmark.circle", "dialog-question", "questionmark.circle.svg"},
+    // The dashboard's charts: the pin sign of linked tooltips and of a drag.
+    {"selection.pin.in.out", "", "selection.pin.in.out.svg"},
 }};
 
 // One colour over the image's own shape.
