@@ -108,10 +108,10 @@ ControlsHeader::ControlsHeader(DashboardViewModel& model, const Clock& clock, QW
 }
 
 void ControlsHeader::openFiles() {
-    // Without a type filter as well, for logs renamed on the way.
+    // Only ".jsonl" files are read, so only they are offered.
     const QStringList files =
         QFileDialog::getOpenFileNames(this, QStringLiteral("Select Metrics Files"), QString(),
-                                      QStringLiteral("Metric logs (*.jsonl);;All files (*)"));
+                                      QStringLiteral("Metric logs (*.jsonl)"));
     if (!files.isEmpty()) model_.loadFromExternalPaths(pathsOf(files));
 }
 

@@ -119,9 +119,17 @@ void DeviceSidebar::refresh() {
     machineCount_->setVisible(content.machineCount.has_value());
     machineCount_->setText(qtText(content.machineCount.value_or("")));
     hosts_->setVisible(content.machineCount.has_value());
-    hosts_->clear();
+    // Filled again only when the hosts change, so that an open list stays open.
+    QStringList hosts;
     for (const std::string& host : model_.multipleHostnamesDetected.get())
-        hosts_->addItem(qtText(host));
+        hosts.append(qtText(host));
+    QStringList listed;
+    for (int i = 0; i < hosts_->count(); ++i)
+        listed.append(hosts_->itemText(i));
+    if (listed != hosts) {
+        hosts_->clear();
+        hosts_->addItems(hosts);
+    }
     if (const auto& selected = model_.selectedHostname.get())
         hosts_->setCurrentText(qtText(*selected));
     hostname_->setText(qtText(content.hostname));

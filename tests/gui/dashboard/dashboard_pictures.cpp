@@ -60,9 +60,7 @@ TEST_P(DashboardPictures, TwoHostSource) {
 TEST_P(DashboardPictures, ZoomWithAPin) {
     openWindow();
     ASSERT_TRUE(waitForPhase(FetchPhase::Kind::success));
-    const Date start = model->cached().timeRangeStartDate.value() + std::chrono::hours(9);
-    model->setZoom(start, start + std::chrono::hours(2));
-    ASSERT_TRUE(waitForPhase(FetchPhase::Kind::success));
+    const Date start = zoomIntoTheMorning();
     model->setPinnedDate(start + std::chrono::minutes(47), "cpu");
     save("zoom-pin");
 }

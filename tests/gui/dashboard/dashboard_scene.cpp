@@ -96,6 +96,14 @@ DashboardWindow& DashboardScene::openWindow(
     return *window;
 }
 
+Date DashboardScene::zoomIntoTheMorning() {
+    const Date start = model->cached().timeRangeStartDate.value() + std::chrono::hours(9);
+    model->setZoom(start, start + std::chrono::hours(2));
+    EXPECT_TRUE(model->isZoomActive());
+    waitUntilIdle();
+    return start;
+}
+
 bool DashboardScene::waitUntil(const std::function<bool()>& done, const std::string& what) {
     // The background work posts its results from other threads: wake up to look now and then.
     QTimer tick;

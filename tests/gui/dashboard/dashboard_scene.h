@@ -36,6 +36,9 @@ class DashboardScene : public ::testing::Test {
     DashboardWindow& openWindow(
         const std::optional<std::filesystem::path>& storeFolder = historyStore());
 
+    // Zooms the loaded day to 09:00-11:00 and waits for the zoom's series; returns 09:00.
+    Date zoomIntoTheMorning();
+
     // Serves the event loop until the model's phase is `kind` and no rebuild runs; a failure of
     // the test, naming the phase reached, after a generous deadline. True when reached.
     bool waitForPhase(FetchPhase::Kind kind);

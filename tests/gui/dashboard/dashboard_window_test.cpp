@@ -139,9 +139,7 @@ TEST_F(DashboardWindowTest, APickedFileOfTwoHostsOffersTheHostsAndTheWayBack) {
 TEST_F(DashboardWindowTest, AZoomShowsItsRangeUntilCleared) {
     openWindow();
     ASSERT_TRUE(waitForPhase(FetchPhase::Kind::success));
-    const Date start = model->cached().timeRangeStartDate.value() + std::chrono::hours(9);
-    model->setZoom(start, start + std::chrono::hours(2));
-    ASSERT_TRUE(waitForPhase(FetchPhase::Kind::success));
+    zoomIntoTheMorning();
     const auto range = ControlsHeaderState::of(*model, std::chrono::system_clock::now()).zoomRange;
     ASSERT_TRUE(range.has_value());
     EXPECT_THAT(shownTexts(), Contains(*range));
