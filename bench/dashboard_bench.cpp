@@ -3,86 +3,24 @@
 // picked file. Loads run on the program's own threaded dispatcher, timed from the call to the
 // phase that ends them, as the window waits for them.
 #include <benchmark/benchmark.h>
-#include <fmt/format.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "dashboard/chart_data_builder.h"
 #include "dashboard/dashboard_view_model.h"
-#include "records/formatters.h"
-#include "records/record_json.h"
+#include "dashboard_day.h"
 #include "storage/metrics_storage.h"
 #include "support/memory_preferences_store.h"
-#include "support/sample_records.h"
 
 namespace ostrel {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr int kSamplesPerDay = 43200;
-constexpr int kSamplesPerHour = kSamplesPerDay / 24;
-
-// 2026-11-22 00:00 in this machine's zone, so that the day is one day of the store.
-const Date kMidnight = [] {
-    std::tm tm{.tm_mday = 22, .tm_mon = 10, .tm_year = 126, .tm_isdst = -1};
-    return std::chrono::system_clock::from_time_t(std::mktime(&tm));
-}();
-
-// The day, written once per process and removed at its end: hourly files under
-// `local`/metrics as the store names them, and all lines in one file, `external`.
-struct Day {
-    std::filesystem::path folder, local, external;
-    uint64_t bytes = 0;
-
-    explicit Day(std::filesystem::path base)
-        : folder(std::move(base)), local(folder / "local"), external(folder / "external.jsonl") {
-        std::filesystem::remove_all(folder);
-        std::filesystem::create_directories(local / "metrics");
-        write();
-    }
-    ~Day() { std::filesystem::remove_all(folder); }
-
-    static const Day& get() {
-        const char* base = std::getenv("OSTREL_BENCH_DIR");
-        static const Day day(std::filesystem::path(base ? base : "/tmp") / "ostrel-bench-dash");
-        return day;
-    }
-
-    void write() {
-        std::ofstream all(external, std::ios::binary);
-        std::ofstream hour;
-        std::string lines;
-        for (int i = 0; i < kSamplesPerDay; ++i) {
-            const Date when = kMidnight + std::chrono::seconds(2 * i);
-            if (i % kSamplesPerHour == 0) {
-                hour = std::ofstream(
-                    local / "metrics" /
-                        fmt::format("metrics-{}.jsonl", Formatters::hourlyRotation(when)),
-                    std::ios::binary);
-            }
-            lines.clear();
-            (void)appendJson(lines, testing::realisticSample(when, i));
-            lines += '\n';
-            (void)appendJson(lines, testing::realisticWatchedEvent(when, i));
-            lines += '\n';
-            if (i % kSamplesPerHour == kSamplesPerHour / 2) {
-                (void)appendJson(lines, testing::realisticAlertEvent(when));
-                lines += '\n';
-            }
-            hour << lines;
-            all << lines;
-            bytes += lines.size();
-        }
-    }
-};
 
 double peakResidentMB() {
     rusage usage{};
