@@ -1,14 +1,12 @@
 #include "gui/dashboard/charts/chart_model_binding.h"
 
-#include <QTimer>
-
 namespace ostrel {
 
 ChartModelBinding::ChartModelBinding(DashboardViewModel& model, QObject* context)
-    : model_(model), context_(context) {
-    pinnedDate_ = model_.pinnedDate.subscribe([this](const auto&) { scheduleRefresh(); });
-    pinnedChartID_ = model_.pinnedChartID.subscribe([this](const auto&) { scheduleRefresh(); });
-    zone_ = model_.sourceTimezone.subscribe([this](const auto&) { scheduleRefresh(); });
+    : model_(model), refresh_(context, [this] { refresh(); }) {
+    refresh_.watch(model_.pinnedDate);
+    refresh_.watch(model_.pinnedChartID);
+    refresh_.watch(model_.sourceTimezone);
 }
 
 void ChartModelBinding::bind(DashboardChartView* chart) {
@@ -22,15 +20,6 @@ void ChartModelBinding::bind(DashboardChartView* chart) {
     chart->setSourceTimezone(model_.sourceTimezone.get());
     chart->setPin(model_.pinnedDate.get(),
                   isPinOrigin(model_.pinnedChartID.get(), chart->identifier()));
-}
-
-void ChartModelBinding::scheduleRefresh() {
-    if (refreshPending_) return;
-    refreshPending_ = true;
-    QTimer::singleShot(0, context_, [this] {
-        refreshPending_ = false;
-        refresh();
-    });
 }
 
 void ChartModelBinding::refresh() {

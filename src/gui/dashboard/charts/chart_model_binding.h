@@ -6,6 +6,7 @@
 
 #include "dashboard/dashboard_view_model.h"
 #include "gui/dashboard/charts/dashboard_chart_view.h"
+#include "gui/dashboard/deferred_refresh.h"
 
 namespace ostrel {
 
@@ -22,15 +23,9 @@ class ChartModelBinding {
     void refresh();
 
   private:
-    void scheduleRefresh();
-
     DashboardViewModel& model_;
-    QObject* context_;
     std::vector<QPointer<DashboardChartView>> charts_;
-    bool refreshPending_ = false;
-    Published<std::optional<Date>>::Subscription pinnedDate_;
-    Published<std::optional<std::string>>::Subscription pinnedChartID_;
-    Published<std::optional<SourceTimeZone>>::Subscription zone_;
+    DeferredRefresh refresh_;
 };
 
 }  // namespace ostrel

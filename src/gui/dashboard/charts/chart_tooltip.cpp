@@ -117,39 +117,48 @@ TooltipContent tooltipContent(const PointTooltip& tooltip, const QPalette& palet
             .isLinked = tooltip.isLinked};
 }
 
-PaintedTooltip paintTooltip(QPainter& painter, const TooltipContent& content, double anchorX,
-                            double top, const QRectF& bounds, const QPalette& palette) {
-    const QFont plainFont = painter.font();
-    QFont boldFont = plainFont;
+TooltipLayout layoutTooltip(const QFont& font, const TooltipContent& content, double anchorX,
+                            double top, const QRectF& bounds) {
+    QFont boldFont = font;
     boldFont.setBold(true);
-    const QFontMetricsF plain(plainFont);
+    const QFontMetricsF plain(font);
     const QFontMetricsF bold(boldFont);
-    const double lineHeight = std::max(plain.height(), kIconSize);
+    TooltipLayout layout{.lineHeight = std::max(plain.height(), kIconSize)};
 
-    std::vector<std::vector<double>> widths;
     double contentWidth = bold.horizontalAdvance(content.time) +
                           (content.isLinked ? kIconSize + 4 : 0) +
                           (content.closable ? kIconSize + kColumnGap : 0);
-    double height = lineHeight;
+    double height = layout.lineHeight;
     for (const auto& section : content.sections) {
-        widths.push_back(columnWidths(section, plain, bold));
-        contentWidth = std::max(contentWidth, sum(widths.back()));
-        height += kSectionGap + lineHeight * double(section.size());
+        layout.columnWidths.push_back(columnWidths(section, plain, bold));
+        contentWidth = std::max(contentWidth, sum(layout.columnWidths.back()));
+        height += kSectionGap + layout.lineHeight * double(section.size());
     }
     const QSizeF size(contentWidth + 2 * kPadding, height + 2 * kPadding);
     double left = anchorX + kGapFromLine;
     if (left + size.width() > bounds.right()) left = anchorX - kGapFromLine - size.width();
     left = std::max(left, bounds.left());
-    const QRectF frame(QPointF(left, std::min(top, bounds.bottom() - size.height())), size);
+    layout.frame = QRectF(QPointF(left, std::min(top, bounds.bottom() - size.height())), size);
+    return layout;
+}
+
+QRectF paintTooltip(QPainter& painter, const TooltipContent& content, const TooltipLayout& layout,
+                    const QPalette& palette) {
+    const QFont plainFont = painter.font();
+    QFont boldFont = plainFont;
+    boldFont.setBold(true);
+    const QRectF& frame = layout.frame;
+    const double lineHeight = layout.lineHeight;
+    const auto& widths = layout.columnWidths;
+    const double contentWidth = frame.width() - 2 * kPadding;
 
     painter.save();
-    QColor background = palette.color(QPalette::Base);
-    background.setAlpha(240);
+    const QColor background = palette.color(QPalette::Base);
     painter.setPen(QPen(palette.color(QPalette::Mid), 1));
     painter.setBrush(background);
     painter.drawRoundedRect(frame, 6, 6);
 
-    PaintedTooltip painted{.frame = frame};
+    QRectF closeButton;
     double x = frame.left() + kPadding;
     double y = frame.top() + kPadding;
     const auto icon = [&](const char* symbol, DashboardColor color, double at) {
@@ -166,8 +175,8 @@ PaintedTooltip paintTooltip(QPainter& painter, const TooltipContent& content, do
     painter.drawText(QRectF(x, y, contentWidth, lineHeight), Qt::AlignLeft | Qt::AlignVCenter,
                      content.time);
     if (content.closable) {
-        painted.closeButton = icon("xmark.circle.fill", DashboardColor::secondary,
-                                   frame.right() - kPadding - kIconSize);
+        closeButton = icon("xmark.circle.fill", DashboardColor::secondary,
+                           frame.right() - kPadding - kIconSize);
     }
     y += lineHeight;
 
@@ -186,7 +195,7 @@ PaintedTooltip paintTooltip(QPainter& painter, const TooltipContent& content, do
         }
     }
     painter.restore();
-    return painted;
+    return closeButton;
 }
 
 }  // namespace ostrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QFont>
 #include <QPalette>
 #include <QRectF>
 #include <QString>
@@ -34,15 +35,19 @@ TooltipContent tooltipContent(const CPUTooltip& tooltip, const QPalette& palette
 TooltipContent tooltipContent(const LineTooltip& tooltip, const QPalette& palette);
 TooltipContent tooltipContent(const PointTooltip& tooltip, const QPalette& palette);
 
-// Where a painted tooltip lies, and its close button if it has one (empty otherwise).
-struct PaintedTooltip {
+// Where a tooltip goes: beside the vertical line at `anchorX`, on its right unless it would
+// leave `bounds`, from `top` down; and its columns.
+struct TooltipLayout {
     QRectF frame;
-    QRectF closeButton;
+    double lineHeight = 0;
+    std::vector<std::vector<double>> columnWidths;  // by section
 };
+TooltipLayout layoutTooltip(const QFont& font, const TooltipContent& content, double anchorX,
+                            double top, const QRectF& bounds);
 
-// Draws the tooltip beside the vertical line at `anchorX`, on its right unless it would leave
-// `bounds`, from `top` down.
-PaintedTooltip paintTooltip(QPainter& painter, const TooltipContent& content, double anchorX,
-                            double top, const QRectF& bounds, const QPalette& palette);
+// Draws it in the painter's font, the one it was laid out with; returns where its close button
+// went (empty without one).
+QRectF paintTooltip(QPainter& painter, const TooltipContent& content, const TooltipLayout& layout,
+                    const QPalette& palette);
 
 }  // namespace ostrel

@@ -96,6 +96,10 @@ void DashboardChartView::setYRange(const std::optional<ValueRange>& domain,
                                    std::span<const ChartSeries> series) {
     if (domain) {
         yAxis_->setRange(domain->lower, domain->upper);
+        // A small whole span ticks at each whole value (0 to 4: five ticks), else in quarters.
+        const double span = domain->upper - domain->lower;
+        const bool whole = span == std::floor(span) && span <= 10;
+        yAxis_->setTickCount(whole ? static_cast<int>(span) + 1 : 5);
     } else {
         double lower = 0, upper = 0;
         for (const ChartSeries& one : series) {
@@ -105,10 +109,12 @@ void DashboardChartView::setYRange(const std::optional<ValueRange>& domain,
             }
         }
         yAxis_->setRange(lower, upper > lower ? upper : lower + 1);
+        yAxis_->setTickCount(5);
         yAxis_->applyNiceNumbers();
     }
-    yAxis_->setTickCount(5);
-    const bool wholeNumbers = yAxis_->max() - yAxis_->min() >= 8;
+    const double step = (yAxis_->max() - yAxis_->min()) / std::max(1, yAxis_->tickCount() - 1);
+    const bool wholeNumbers =
+        step == std::floor(step) && yAxis_->min() == std::floor(yAxis_->min());
     // The label format is printf's: a unit's own percent sign is doubled.
     yAxis_->setLabelFormat(QString(wholeNumbers ? "%.0f" : "%.1f") +
                            QString(yUnit_).replace('%', QStringLiteral("%%")));
@@ -171,25 +177,38 @@ void DashboardChartView::paintOverlays(QPainter* painter) {
 
     pinFrame_ = {};
     closeButton_ = {};
-    if (auto content = pinTooltip()) {
+    const double top = plot.top() + kTooltipInset;
+    const auto pin = pinTooltip();
+    std::optional<TooltipLayout> pinLayout;
+    if (pin) {
         const double x = *geometry.xForDate(geometry.clampToDataBounds(*pinnedDate_));
         painter->setPen(QPen(resolvedColor(DashboardColor::accent, colors), 1.5));
         painter->drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
-        const PaintedTooltip painted =
-            paintTooltip(*painter, *content, x, plot.top() + kTooltipInset, bounds, colors);
-        pinFrame_ = painted.frame;
-        closeButton_ = painted.closeButton;
+        pinLayout = layoutTooltip(painter->font(), *pin, x, top, bounds);
+        // Where the pointer stops hovering even while the tooltip gives way, so that the close
+        // button can always be reached.
+        pinFrame_ = pinLayout->frame;
     }
-    if (auto content = hoverTooltip()) {
+    const auto hover = hoverTooltip();
+    std::optional<TooltipLayout> hoverLayout;
+    if (hover) {
         const double x = *geometry.xForDate(*interaction_.selectedDate());
-        QPen line(resolvedColor(DashboardColor::secondary, colors), 1, Qt::DashLine);
-        painter->setPen(line);
+        painter->setPen(QPen(resolvedColor(DashboardColor::secondary, colors), 1, Qt::DashLine));
         painter->drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
-        // Below the pin's tooltip where there is one, so that both can be read.
-        const double top =
-            pinFrame_.isEmpty() ? plot.top() + kTooltipInset : pinFrame_.bottom() + kTooltipInset;
-        paintTooltip(*painter, *content, x, top, bounds, colors);
+        // Below the pin's tooltip where both fit; where they would overlap, the hovered moment's
+        // is the one being read, and the pin keeps only its line.
+        hoverLayout =
+            layoutTooltip(painter->font(), *hover, x,
+                          pinLayout ? pinLayout->frame.bottom() + kTooltipInset : top, bounds);
+        if (pinLayout && hoverLayout->frame.intersects(pinLayout->frame)) {
+            pinLayout.reset();
+            hoverLayout = layoutTooltip(painter->font(), *hover, x, top, bounds);
+        }
     }
+    if (pinLayout) {
+        closeButton_ = paintTooltip(*painter, *pin, *pinLayout, colors);
+    }
+    if (hoverLayout) paintTooltip(*painter, *hover, *hoverLayout, colors);
     paintDrag(*painter, geometry);
     painter->restore();
 }

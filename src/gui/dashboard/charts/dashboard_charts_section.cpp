@@ -1,7 +1,6 @@
 #include "gui/dashboard/charts/dashboard_charts_section.h"
 
 #include <QGridLayout>
-#include <QTimer>
 
 #include "gui/dashboard/charts/chart_card.h"
 #include "gui/dashboard/charts/cpu_stacked_chart_view.h"
@@ -74,7 +73,7 @@ void showSeries(DashboardChartView& chart, const ChartDefinition& definition,
 }  // namespace
 
 DashboardChartsSection::DashboardChartsSection(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent), model_(model), binding_(model, this) {
+    : QWidget(parent), model_(model), binding_(model, this), refresh_(this, [this] { refresh(); }) {
     auto* grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setSpacing(12);
@@ -97,18 +96,9 @@ DashboardChartsSection::DashboardChartsSection(DashboardViewModel& model, QWidge
     for (int column = 0; column < kColumns; ++column)
         grid->setColumnStretch(column, 1);
 
-    dataChanges_ = model_.objectWillChange.subscribe([this](uint64_t) { scheduleRefresh(); });
-    normalization_ = model_.normalizeCPU.subscribe([this](bool) { scheduleRefresh(); });
+    refresh_.watch(model_.objectWillChange);
+    refresh_.watch(model_.normalizeCPU);
     refresh();
-}
-
-void DashboardChartsSection::scheduleRefresh() {
-    if (refreshPending_) return;
-    refreshPending_ = true;
-    QTimer::singleShot(0, this, [this] {
-        refreshPending_ = false;
-        refresh();
-    });
 }
 
 void DashboardChartsSection::refresh() {

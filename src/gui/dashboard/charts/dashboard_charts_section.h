@@ -5,6 +5,7 @@
 
 #include "dashboard/dashboard_view_model.h"
 #include "gui/dashboard/charts/chart_model_binding.h"
+#include "gui/dashboard/deferred_refresh.h"
 
 namespace ostrel {
 
@@ -25,14 +26,10 @@ class DashboardChartsSection final : public QWidget {
     void refresh();
 
   private:
-    void scheduleRefresh();
-
     DashboardViewModel& model_;
     ChartModelBinding binding_;
     std::vector<ChartCard*> cards_;
-    bool refreshPending_ = false;
-    Published<uint64_t>::Subscription dataChanges_;
-    Published<bool>::Subscription normalization_;
+    DeferredRefresh refresh_;
 };
 
 }  // namespace ostrel

@@ -4,7 +4,6 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include "dashboard/process_selection.h"
@@ -56,6 +55,7 @@ ProcessAnalysisCharts::ProcessAnalysisCharts(DashboardViewModel& model, QWidget*
     : QWidget(parent),
       model_(model),
       binding_(model, this),
+      refresh_(this, [this] { refresh(); }),
       icon_(new QLabel),
       title_(new QLabel),
       range_(new QLabel),
@@ -77,24 +77,15 @@ ProcessAnalysisCharts::ProcessAnalysisCharts(DashboardViewModel& model, QWidget*
     grid_->setSpacing(12);
     layout->addLayout(grid_);
 
-    dataChanges_ = model_.objectWillChange.subscribe([this](uint64_t) { scheduleRefresh(); });
-    selection_ = model_.selectedProcess.subscribe([this](const auto&) { scheduleRefresh(); });
-    normalization_ = model_.normalizeCPU.subscribe([this](bool) { scheduleRefresh(); });
+    refresh_.watch(model_.objectWillChange);
+    refresh_.watch(model_.selectedProcess);
+    refresh_.watch(model_.normalizeCPU);
     applyPalette();
     refresh();
 }
 
 QString ProcessAnalysisCharts::headerText() const {
     return QStringList{title_->text(), range_->text(), count_->text()}.join(QStringLiteral("  "));
-}
-
-void ProcessAnalysisCharts::scheduleRefresh() {
-    if (refreshPending_) return;
-    refreshPending_ = true;
-    QTimer::singleShot(0, this, [this] {
-        refreshPending_ = false;
-        refresh();
-    });
 }
 
 void ProcessAnalysisCharts::refresh() {

@@ -5,6 +5,7 @@
 
 #include "dashboard/dashboard_view_model.h"
 #include "gui/dashboard/charts/chart_model_binding.h"
+#include "gui/dashboard/deferred_refresh.h"
 
 class QGridLayout;
 class QLabel;
@@ -30,21 +31,17 @@ class ProcessAnalysisCharts final : public QWidget {
     void changeEvent(QEvent* event) override;
 
   private:
-    void scheduleRefresh();
     void applyPalette();
 
     DashboardViewModel& model_;
     ChartModelBinding binding_;
+    DeferredRefresh refresh_;
     QLabel* icon_;
     QLabel* title_;
     QLabel* range_;
     QLabel* count_;
     QGridLayout* grid_;
     std::vector<ChartCard*> cards_;
-    bool refreshPending_ = false;
-    Published<uint64_t>::Subscription dataChanges_;
-    Published<std::optional<std::string>>::Subscription selection_;
-    Published<bool>::Subscription normalization_;
 };
 
 }  // namespace ostrel
