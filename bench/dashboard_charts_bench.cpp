@@ -7,16 +7,12 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QMouseEvent>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <vector>
 
 #include "dashboard/dashboard_view_model.h"
 #include "dashboard_day.h"
-#include "gui/dashboard/charts/chart_card.h"
-#include "gui/dashboard/charts/dashboard_chart_view.h"
-#include "gui/dashboard/charts/dashboard_charts_section.h"
-#include "gui/dashboard/charts/process_analysis_charts.h"
+#include "gui/dashboard/chart_sections.h"
 #include "gui/qt_main_queue.h"
 #include "storage/metrics_storage.h"
 #include "support/memory_preferences_store.h"
@@ -33,16 +29,14 @@ double median(std::vector<double> values) {
     return values.empty() ? 0 : values[values.size() / 2];
 }
 
-// The two sections over the loaded day, shown at the window's width.
+// The two sections over the loaded day.
 struct ChartsOnDay {
     std::unique_ptr<MainLoopDispatcher> dispatcher =
         makeThreadDispatcher(std::make_unique<QtMainQueue>());
     std::shared_ptr<DashboardViewModel> model = DashboardViewModel::create(
         {dispatcher.get(), std::make_shared<testing::MemoryPreferencesStore>(),
          std::make_shared<MetricsStorage>(MonitorConfig{}, Day::get().local)});
-    QWidget window;
-    DashboardChartsSection* system = nullptr;
-    ProcessAnalysisCharts* process = nullptr;
+    std::unique_ptr<testing::ChartSections> sections;
     std::vector<DashboardChartView*> charts;
 
     ChartsOnDay() {
@@ -53,18 +47,8 @@ struct ChartsOnDay {
         model->loadMetrics();
         loaded.exec();
         model->selectProcess("firefox");
-
-        auto* layout = new QVBoxLayout(&window);
-        system = new DashboardChartsSection(*model);
-        process = new ProcessAnalysisCharts(*model);
-        layout->addWidget(system);
-        layout->addWidget(process);
-        window.resize(1300, 1400);
-        window.show();
-        QApplication::processEvents();
-        for (const auto* section : {&system->cards(), &process->cards()})
-            for (ChartCard* card : *section)
-                charts.push_back(card->chart());
+        sections = std::make_unique<testing::ChartSections>(*model);
+        charts = sections->charts;
     }
 
     static ChartsOnDay& get() {
@@ -96,6 +80,7 @@ void BM_PinMoveRepaintsEveryChart(benchmark::State& state) {
     state.counters["median_ms"] = median(moves);
     state.counters["max_ms"] = *std::ranges::max_element(moves);
     state.counters["charts"] = double(day.charts.size());
+    state.counters["samples"] = double(day.model->cached().sampleCount);
     state.counters["target_ms"] = 16;
 }
 BENCHMARK(BM_PinMoveRepaintsEveryChart)
@@ -111,8 +96,10 @@ void BM_HoverAtPointerSpeed(benchmark::State& state) {
     day.model->setPinnedDate(kMidnight + std::chrono::hours(12), "memory");
     QApplication::processEvents();
     std::vector<double> frames;
+    int withTooltip = 0;
     for (auto _ : state) {
         frames.clear();
+        withTooltip = 0;
         const QRectF plot = cpu.chart()->plotArea();
         for (double x = plot.left(); x <= plot.right(); x += 4) {
             const QPointF at(x, plot.center().y());
@@ -124,12 +111,14 @@ void BM_HoverAtPointerSpeed(benchmark::State& state) {
             QApplication::processEvents();
             cpu.viewport()->repaint();
             frames.push_back(millisecondsSince(timer));
+            withTooltip += cpu.hoverTooltip() ? 1 : 0;
         }
         state.SetIterationTime(median(frames) / 1e3);
     }
     state.counters["max_frame_ms"] = *std::ranges::max_element(frames);
     state.counters["median_frame_ms"] = median(frames);
     state.counters["frames"] = double(frames.size());
+    state.counters["frames_with_tooltip"] = withTooltip;
     state.counters["target_ms"] = 33;
 }
 BENCHMARK(BM_HoverAtPointerSpeed)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);

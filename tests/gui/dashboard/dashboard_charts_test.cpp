@@ -2,12 +2,9 @@
 
 #include <QApplication>
 #include <QMouseEvent>
-#include <QVBoxLayout>
+#include <memory>
 
-#include "gui/dashboard/charts/chart_card.h"
-#include "gui/dashboard/charts/dashboard_chart_view.h"
-#include "gui/dashboard/charts/dashboard_charts_section.h"
-#include "gui/dashboard/charts/process_analysis_charts.h"
+#include "gui/dashboard/chart_sections.h"
 #include "gui/dashboard/dashboard_scene.h"
 
 namespace ostrel::testing {
@@ -21,21 +18,13 @@ class DashboardChartsTest : public DashboardScene {
         makeModel().loadMetrics();
         ASSERT_TRUE(waitForPhase(FetchPhase::Kind::success));
         model->selectProcess("firefox");
-        auto* layout = new QVBoxLayout(&window);
-        system = new DashboardChartsSection(*model);
-        process = new ProcessAnalysisCharts(*model);
-        layout->addWidget(system);
-        layout->addWidget(process);
-        window.resize(1300, 1400);
-        window.show();
-        QApplication::processEvents();
-        for (const auto* cards : {&system->cards(), &process->cards()})
-            for (ChartCard* card : *cards)
-                charts.push_back(card->chart());
+        sections = std::make_unique<ChartSections>(*model);
+        charts = sections->charts;
         ASSERT_EQ(charts.size(), 13u);
     }
 
-    void TearDown() override { charts.clear(); }
+    // The views go before the model they observe.
+    void TearDown() override { sections.reset(); }
 
     DashboardChartView& cpu() { return *charts.front(); }
 
@@ -59,15 +48,13 @@ class DashboardChartsTest : public DashboardScene {
         return {plot.left() + fraction * plot.width(), plot.center().y()};
     }
 
-    QWidget window;
-    DashboardChartsSection* system = nullptr;
-    ProcessAnalysisCharts* process = nullptr;
+    std::unique_ptr<ChartSections> sections;
     std::vector<DashboardChartView*> charts;
 };
 
 TEST_F(DashboardChartsTest, AClickOnTheCPUChartPinsEveryChartAtItsMomentUntilClosed) {
-    EXPECT_TRUE(process->isVisible());
-    EXPECT_TRUE(process->headerText().endsWith(" samples"));
+    EXPECT_TRUE(sections->process->isVisible());
+    EXPECT_TRUE(sections->process->headerText().endsWith(" samples"));
 
     const QPointF click = at(cpu(), 0.4);
     const auto expected = cpu().chartGeometry().dateUnderPointer(click.x());
