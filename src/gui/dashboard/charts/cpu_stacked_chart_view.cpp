@@ -38,12 +38,6 @@ void CPUStackedChartView::setData(ChartSeries userData, ChartSeries systemData, 
     showData(data_);
 }
 
-void CPUStackedChartView::setNormalizeCPU(bool normalizeCPU) {
-    if (normalizeCPU_ == normalizeCPU) return;
-    normalizeCPU_ = normalizeCPU;
-    viewport()->update();
-}
-
 void CPUStackedChartView::rebuildSeries() {
     chart()->removeAllSeries();
     const StackedPoints stacked = stackedPoints(data_[kUser], data_[kSystem]);

@@ -13,8 +13,6 @@ class CPUStackedChartView final : public DashboardChartView {
     using DashboardChartView::DashboardChartView;
 
     void setData(ChartSeries userData, ChartSeries systemData, bool normalizeCPU);
-    // Changes only the tooltip's process figures.
-    void setNormalizeCPU(bool normalizeCPU);
 
   protected:
     void rebuildSeries() override;
