@@ -31,6 +31,8 @@ QFont smallFont(const QWidget& widget) {
 DashboardChartView::DashboardChartView(std::string identifier, QWidget* parent)
     : QChartView(parent),
       identifier_(std::move(identifier)),
+      pinLine_(100, [this] { viewport()->update(); }),
+      hoverLine_(150, [this] { viewport()->update(); }),
       xAxis_(new QCategoryAxis),
       yAxis_(new QValueAxis) {
     setFrameShape(QFrame::NoFrame);
@@ -58,6 +60,7 @@ void DashboardChartView::setPin(const std::optional<Date>& date, bool isOrigin) 
     if (pinnedDate_ == date && isPinOrigin_ == isOrigin) return;
     pinnedDate_ = date;
     isPinOrigin_ = isOrigin;
+    pinLine_.moveTo(date);
     viewport()->update();
 }
 
@@ -181,7 +184,7 @@ void DashboardChartView::paintOverlays(QPainter* painter) {
     const auto pin = pinTooltip();
     std::optional<TooltipLayout> pinLayout;
     if (pin) {
-        const double x = *geometry.xForDate(geometry.clampToDataBounds(*pinnedDate_));
+        const double x = *geometry.xForDate(geometry.clampToDataBounds(*pinLine_.shown()));
         painter->setPen(QPen(resolvedColor(DashboardColor::accent, colors), 1.5));
         painter->drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
         pinLayout = layoutTooltip(painter->font(), *pin, x, top, bounds);
@@ -192,7 +195,8 @@ void DashboardChartView::paintOverlays(QPainter* painter) {
     const auto hover = hoverTooltip();
     std::optional<TooltipLayout> hoverLayout;
     if (hover) {
-        const double x = *geometry.xForDate(*interaction_.selectedDate());
+        const double x =
+            *geometry.xForDate(hoverLine_.shown().value_or(*interaction_.selectedDate()));
         painter->setPen(QPen(resolvedColor(DashboardColor::secondary, colors), 1, Qt::DashLine));
         painter->drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
         // Below the pin's tooltip where both fit; where they would overlap, the hovered moment's
@@ -256,6 +260,7 @@ void DashboardChartView::mouseMoveEvent(QMouseEvent* event) {
     } else {
         interaction_.move(chartGeometry(), at.x(), at.y());
     }
+    hoverLine_.moveTo(interaction_.selectedDate());
     viewport()->update();
 }
 
@@ -280,6 +285,7 @@ void DashboardChartView::mouseReleaseEvent(QMouseEvent* event) {
 
 void DashboardChartView::leaveEvent(QEvent* event) {
     interaction_.leave();
+    hoverLine_.moveTo(std::nullopt);
     viewport()->update();
     QChartView::leaveEvent(event);
 }

@@ -12,6 +12,7 @@
 #include "dashboard/dashboard_charts.h"
 #include "dashboard/dashboard_dates.h"
 #include "gui/dashboard/charts/chart_tooltip.h"
+#include "gui/dashboard/charts/eased_moment.h"
 
 class QCategoryAxis;
 class QValueAxis;
@@ -91,6 +92,9 @@ class DashboardChartView : public QChartView {
     std::optional<SourceTimeZone> zone_;
     std::optional<Date> pinnedDate_;
     bool isPinOrigin_ = false;
+    // Where the lines are drawn: the tooltips read the moments themselves, the lines glide.
+    EasedMoment pinLine_;
+    EasedMoment hoverLine_;
     QPixmap picture_;
     bool pictureIsStale_ = true;
     QRectF pinFrame_;
