@@ -16,7 +16,7 @@ struct SymbolEntry {
     const char* bundled;
 };
 
-constexpr std::array<SymbolEntry, 21> kSymbols{{
+constexpr std::array<SymbolEntry, 29> kSymbols{{
     {"play.fill", "media-playback-start", "play.fill.svg"},
     {"stop.fill", "media-playback-stop", "stop.fill.svg"},
     {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
@@ -40,6 +40,15 @@ constexpr std::array<SymbolEntry, 21> kSymbols{{
     {"lock.shield.fill", "security-high", "lock.shield.fill.svg"},
     {"checkmark.circle.fill", "emblem-ok", "checkmark.circle.fill.svg"},
     {"questionmark.circle", "dialog-question", "questionmark.circle.svg"},
+    // The dashboard's analytics tables, process selector and alert cards.
+    {"cpu", "", "cpu.svg"},
+    {"memorychip", "", "memorychip.svg"},
+    {"network", "network-wired", "network.svg"},
+    {"chevron.down", "", "chevron.down.svg"},
+    {"chevron.up", "", "chevron.up.svg"},
+    {"checkmark", "", "checkmark.svg"},
+    {"xmark.circle", "", "xmark.circle.svg"},
+    {"exclamationmark.triangle", "dialog-warning", "exclamationmark.triangle.svg"},
 }};
 
 // One colour over the image's own shape.

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QFrame>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+class QLabel;
+
+namespace ostrel {
+
+// A pill with the selected pattern or "Select process" that opens the list of patterns. It
+// is tinted purple while a pattern is selected; otherwise its faint border firms up under
+// the pointer.
+class ProcessPillSelector final : public QFrame {
+    Q_OBJECT
+
+  public:
+    using OnSelect = std::function<void(const std::optional<std::string>&)>;
+
+    explicit ProcessPillSelector(OnSelect onSelect, QWidget* parent = nullptr);
+
+    void display(const std::string& pillText, std::vector<std::string> patterns,
+                 std::optional<std::string> selected);
+
+  protected:
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+  private:
+    void restyle();
+    void openPopOver();
+
+    OnSelect onSelect_;
+    QLabel* search_;
+    QLabel* text_;
+    QLabel* chevron_;
+    std::vector<std::string> patterns_;
+    std::optional<std::string> selected_;
+    bool isHovering_ = false;
+};
+
+}  // namespace ostrel
