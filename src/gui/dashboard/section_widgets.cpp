@@ -13,6 +13,12 @@ QString styleColor(const QColor& color, double opacity) {
         .arg(color.alphaF() * opacity);
 }
 
+void setTextColor(QLabel* label, const QColor& color) {
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, color);
+    label->setPalette(palette);
+}
+
 Heading addHeading(QHBoxLayout* row) {
     Heading heading{new QLabel, new QLabel};
     heading.title->setTextFormat(Qt::PlainText);

@@ -7,7 +7,6 @@
 
 #include "gui/dashboard/alerts/alert_card_view.h"
 #include "gui/dashboard/dashboard_palette.h"
-#include "gui/dashboard/dashboard_widgets.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
@@ -56,9 +55,10 @@ AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
 void AlertHistoryView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() != QEvent::PaletteChange) return;
-    // Every card again, in the new colours.
+    // Every card again, in the new colours, once the children have the new palette too: they
+    // are told after their parent.
     shownCards_.clear();
-    refresh();
+    deferred_.schedule();
 }
 
 void AlertHistoryView::refresh() {
@@ -66,13 +66,14 @@ void AlertHistoryView::refresh() {
     if (alertsChanged_) history_.setAlerts(model_.alertEvents.get());
     alertsChanged_ = false;
     const AlertHistoryHeader header = history_.header();
+    const QColor secondary = resolvedColor(DashboardColor::secondary, palette());
     showHeading(heading_, header.icon, resolvedColor(DashboardColor::primary, palette()),
                 header.title);
     count_->setText(qtText(header.count));
-    DashboardWidgets::setColor(count_, DashboardColor::secondary);
+    setTextColor(count_, secondary);
     emptyTitle_->setText(qtText(header.emptyTitle));
     emptyDetail_->setText(qtText(header.emptyDetail));
-    DashboardWidgets::setColor(emptyDetail_, DashboardColor::secondary);
+    setTextColor(emptyDetail_, secondary);
     empty_->setVisible(history_.isEmpty());
     cardsBox_->setVisible(!history_.isEmpty());
     showCards();

@@ -48,7 +48,8 @@ AnalyticsSection::AnalyticsSection(DashboardViewModel& model, QWidget* parent)
 
 void AnalyticsSection::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) refresh();
+    // Once the children have the new palette too: they are told after their parent.
+    if (event->type() == QEvent::PaletteChange) deferred_.schedule();
 }
 
 void AnalyticsSection::refresh() {

@@ -14,7 +14,6 @@ namespace ostrel {
 using namespace SectionWidgets;
 
 CompactNetworkTable::CompactNetworkTable(QWidget* parent) : QFrame(parent) {
-    DashboardWidgets::styleAsCard(this);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(10, 8, 10, 8);
     layout->setSpacing(6);
@@ -30,6 +29,8 @@ CompactNetworkTable::CompactNetworkTable(QWidget* parent) : QFrame(parent) {
 }
 
 void CompactNetworkTable::display(const NetworkTable& table) {
+    // Again for a new palette: a style sheet takes the palette's colours when it is set.
+    DashboardWidgets::styleAsCard(this);
     showHeading(heading_, table.icon, resolvedColor(table.iconColor, palette()), table.title);
     std::vector<CompactTableModel::Row> rows;
     rows.reserve(table.rows.size());

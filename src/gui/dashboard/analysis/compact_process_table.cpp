@@ -35,7 +35,6 @@ std::vector<CompactTableModel::Row> modelRows(const std::vector<ProcessTableRow>
 
 CompactProcessTable::CompactProcessTable(Build build, QWidget* parent)
     : QFrame(parent), build_(std::move(build)) {
-    DashboardWidgets::styleAsCard(this);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(10, 8, 10, 8);
     layout->setSpacing(6);
@@ -61,6 +60,8 @@ CompactProcessTable::CompactProcessTable(Build build, QWidget* parent)
 
 void CompactProcessTable::refresh() {
     const ProcessTable table = build_(filterMode_, sortMode_);
+    // Again for a new palette: a style sheet takes the palette's colours when it is set.
+    DashboardWidgets::styleAsCard(this);
     showHeading(heading_, table.icon, resolvedColor(table.iconColor, palette()), table.title);
     showChips(table.chips);
     model_->setContent(table.columns, modelRows(table.rows), palette());

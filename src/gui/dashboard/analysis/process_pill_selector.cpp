@@ -3,20 +3,26 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPainter>
 
 #include "gui/dashboard/analysis/process_pill_pop_over.h"
 #include "gui/dashboard/dashboard_palette.h"
-#include "gui/dashboard/section_widgets.h"
 #include "gui/icons/symbol_icons.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
 
-using SectionWidgets::styleColor;
+namespace {
+
+constexpr double kBorderOpacity = 0.08;
+constexpr double kHoveredBorderOpacity = 0.15;
+constexpr double kSelectedFillOpacity = 0.12;
+constexpr double kSelectedBorderOpacity = 0.4;
+
+}  // namespace
 
 ProcessPillSelector::ProcessPillSelector(OnSelect onSelect, QWidget* parent)
     : QFrame(parent), onSelect_(std::move(onSelect)) {
-    setObjectName(QStringLiteral("pill"));
     setCursor(Qt::PointingHandCursor);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(10, 3, 8, 3);
@@ -39,20 +45,29 @@ void ProcessPillSelector::display(const std::string& pillText, std::vector<std::
 }
 
 void ProcessPillSelector::restyle() {
-    const QColor primary = resolvedColor(DashboardColor::primary, palette());
-    const QColor purple = resolvedColor(DashboardColor::purple, palette());
-    const QColor secondary = resolvedColor(DashboardColor::secondary, palette());
-    const QColor signs = selected_ ? purple : secondary;
+    const QColor signs =
+        resolvedColor(selected_ ? DashboardColor::purple : DashboardColor::secondary, palette());
     search_->setPixmap(symbolIcon("magnifyingglass", signs).pixmap(12, 12));
     chevron_->setPixmap(symbolIcon("chevron.down", signs).pixmap(10, 10));
-    const QString background = selected_ ? styleColor(purple, 0.12) : QStringLiteral("transparent");
-    const QString border = selected_     ? styleColor(purple, 0.4)
-                           : isHovering_ ? styleColor(primary, 0.15)
-                                         : styleColor(primary, 0.08);
-    // Named, so that the labels inside keep their own look.
-    setStyleSheet(QStringLiteral("QFrame#pill { background: %1; border: 1px solid %2; "
-                                 "border-radius: 11px; }")
-                      .arg(background, border));
+    update();
+}
+
+void ProcessPillSelector::paintEvent(QPaintEvent*) {
+    // Painted rather than styled: a style sheet would hold on to the palette it was set with.
+    QColor fill = Qt::transparent;
+    QColor border = resolvedColor(DashboardColor::primary, palette());
+    border.setAlphaF(isHovering_ ? kHoveredBorderOpacity : kBorderOpacity);
+    if (selected_) {
+        fill = border = resolvedColor(DashboardColor::purple, palette());
+        fill.setAlphaF(kSelectedFillOpacity);
+        border.setAlphaF(kSelectedBorderOpacity);
+    }
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(border, 1));
+    painter.setBrush(fill);
+    const QRectF pill = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.drawRoundedRect(pill, pill.height() / 2, pill.height() / 2);
 }
 
 void ProcessPillSelector::mouseReleaseEvent(QMouseEvent* event) {
@@ -63,13 +78,13 @@ void ProcessPillSelector::mouseReleaseEvent(QMouseEvent* event) {
 void ProcessPillSelector::enterEvent(QEnterEvent* event) {
     QFrame::enterEvent(event);
     isHovering_ = true;
-    restyle();
+    update();
 }
 
 void ProcessPillSelector::leaveEvent(QEvent* event) {
     QFrame::leaveEvent(event);
     isHovering_ = false;
-    restyle();
+    update();
 }
 
 void ProcessPillSelector::openPopOver() {

@@ -25,11 +25,13 @@ class ProcessPillSelector final : public QFrame {
                  std::optional<std::string> selected);
 
   protected:
+    void paintEvent(QPaintEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
   private:
+    // The signs in the colours of the selection and the palette; the pill is painted.
     void restyle();
     void openPopOver();
 

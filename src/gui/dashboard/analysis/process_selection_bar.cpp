@@ -8,7 +8,7 @@
 #include "dashboard/process_selection.h"
 #include "gui/dashboard/analysis/process_pill_selector.h"
 #include "gui/dashboard/dashboard_palette.h"
-#include "gui/dashboard/dashboard_widgets.h"
+#include "gui/dashboard/section_widgets.h"
 #include "gui/icons/symbol_icons.h"
 #include "gui/settings/qt_text.h"
 
@@ -19,7 +19,7 @@ constexpr double kPinOpacity = 0.8;
 
 }  // namespace
 
-using DashboardWidgets::setColor;
+using SectionWidgets::setTextColor;
 
 ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* parent)
     : QWidget(parent), model_(model) {
@@ -55,7 +55,8 @@ ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* par
 
 void ProcessSelectionBar::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) refresh();
+    // Once the children have the new palette too: they are told after their parent.
+    if (event->type() == QEvent::PaletteChange) deferred_.schedule();
 }
 
 void ProcessSelectionBar::refresh() {
@@ -63,19 +64,20 @@ void ProcessSelectionBar::refresh() {
     const std::optional<std::string>& selected = model_.selectedProcess.get();
     const ProcessSelectionBarContent bar = processSelectionBar(patterns, selected);
 
+    const QColor secondary = resolvedColor(DashboardColor::secondary, palette());
     QColor purple = resolvedColor(DashboardColor::purple, palette());
     purple.setAlphaF(kPinOpacity);
     pin_->setPixmap(symbolIcon(bar.icon, purple).pixmap(14, 14));
     title_->setText(qtText(bar.title));
     none_->setText(qtText(bar.noneText));
-    setColor(none_, DashboardColor::secondary);
+    setTextColor(none_, secondary);
     none_->setVisible(bar.noneAvailable);
     pill_->setVisible(!bar.noneAvailable);
     pill_->display(bar.pillText, std::move(patterns), selected);
     clear_->setText(qtText(bar.clearText));
     clear_->setVisible(!bar.noneAvailable && bar.isSelected);
     tracked_->setText(qtText(bar.trackedCount.value_or("")));
-    setColor(tracked_, DashboardColor::secondary);
+    setTextColor(tracked_, secondary);
     tracked_->setVisible(bar.trackedCount.has_value());
 }
 
