@@ -78,7 +78,7 @@ class DashboardAnalysis : public DashboardScene {
     std::unique_ptr<QWidget> shown_;
 };
 
-TEST_F(DashboardAnalysis, AHeaderClickSortsATableAndAChipFiltersIt) {
+TEST_F(DashboardAnalysis, AHeaderClickSortsATableAChipFiltersItAndTheOptionNormalisesIt) {
     auto* section = show(new AnalyticsSection(*model));
     auto* cpu = section->findChildren<CompactProcessTable*>().front();
     auto* view = cpu->findChild<CompactTableView*>();
@@ -95,6 +95,16 @@ TEST_F(DashboardAnalysis, AHeaderClickSortsATableAndAChipFiltersIt) {
     for (QString cell : column(rows, kPeakColumn))
         peaks.push_back(cell.chopped(1).toDouble());  // "12.34%"
     EXPECT_TRUE(std::ranges::is_sorted(peaks, std::greater<>())) << peaks.front();
+
+    // The option divides the CPU cells by the machine's cores.
+    ASSERT_GT(model->normalizationCoreCount(), 1);
+    const double perCore = column(rows, kPeakColumn).front().chopped(1).toDouble();
+    model->normalizeCPU.set(true);
+    settle();
+    EXPECT_NEAR(column(rows, kPeakColumn).front().chopped(1).toDouble(),
+                perCore / double(model->normalizationCoreCount()), 0.01);
+    model->normalizeCPU.set(false);
+    settle();
 
     const auto chip = [&](const QString& label) {
         for (auto* button : cpu->findChildren<QPushButton*>())
