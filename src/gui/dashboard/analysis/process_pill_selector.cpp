@@ -1,6 +1,7 @@
 #include "gui/dashboard/analysis/process_pill_selector.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
@@ -22,8 +23,9 @@ constexpr double kSelectedBorderOpacity = 0.4;
 }  // namespace
 
 ProcessPillSelector::ProcessPillSelector(OnSelect onSelect, QWidget* parent)
-    : QFrame(parent), onSelect_(std::move(onSelect)) {
+    : QWidget(parent), onSelect_(std::move(onSelect)) {
     setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::StrongFocus);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(10, 3, 8, 3);
     layout->setSpacing(5);
@@ -56,7 +58,8 @@ void ProcessPillSelector::paintEvent(QPaintEvent*) {
     // Painted rather than styled: a style sheet would hold on to the palette it was set with.
     QColor fill = Qt::transparent;
     QColor border = resolvedColor(DashboardColor::primary, palette());
-    border.setAlphaF(isHovering_ ? kHoveredBorderOpacity : kBorderOpacity);
+    // Focus shows as hover does, so that the keyboard finds the pill.
+    border.setAlphaF(isHovering_ || hasFocus() ? kHoveredBorderOpacity : kBorderOpacity);
     if (selected_) {
         fill = border = resolvedColor(DashboardColor::purple, palette());
         fill.setAlphaF(kSelectedFillOpacity);
@@ -75,14 +78,26 @@ void ProcessPillSelector::mouseReleaseEvent(QMouseEvent* event) {
         openPopOver();
 }
 
+void ProcessPillSelector::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Space:
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            openPopOver();
+            return;
+        default:
+            QWidget::keyPressEvent(event);
+    }
+}
+
 void ProcessPillSelector::enterEvent(QEnterEvent* event) {
-    QFrame::enterEvent(event);
+    QWidget::enterEvent(event);
     isHovering_ = true;
     update();
 }
 
 void ProcessPillSelector::leaveEvent(QEvent* event) {
-    QFrame::leaveEvent(event);
+    QWidget::leaveEvent(event);
     isHovering_ = false;
     update();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QFrame>
+#include <QWidget>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,8 +12,8 @@ namespace ostrel {
 
 // A pill with the selected pattern or "Select process" that opens the list of patterns. It
 // is tinted purple while a pattern is selected; otherwise its faint border firms up under
-// the pointer.
-class ProcessPillSelector final : public QFrame {
+// the pointer. Space or Return opens it from the keyboard.
+class ProcessPillSelector final : public QWidget {
     Q_OBJECT
 
   public:
@@ -27,6 +27,7 @@ class ProcessPillSelector final : public QFrame {
   protected:
     void paintEvent(QPaintEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
