@@ -3,10 +3,13 @@
 // The realistic day the dashboard's benchmarks open: 43,200 samples (one every 2 seconds) in 24
 // hourly files, with a watched process at every sample and an alert an hour, and the same day as
 // one picked file.
+#include <unistd.h>
+
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "support/realistic_day.h"
 
@@ -33,9 +36,12 @@ struct Day {
     }
     ~Day() { std::filesystem::remove_all(folder); }
 
+    // Under OSTREL_BENCH_DIR or /tmp, in a folder of this process: benchmarks running side by
+    // side must not remove each other's day.
     static const Day& get() {
         const char* base = std::getenv("OSTREL_BENCH_DIR");
-        static const Day day(std::filesystem::path(base ? base : "/tmp") / "ostrel-bench-dash");
+        static const Day day(std::filesystem::path(base ? base : "/tmp") /
+                             ("ostrel-bench-dash-" + std::to_string(::getpid())));
         return day;
     }
 

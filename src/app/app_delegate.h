@@ -53,6 +53,7 @@ class AppDelegate final : public CommandTarget {
     void quitApp() { terminate(); }
 
     PerformanceMonitor& monitor() { return *monitor_; }
+    Dispatcher& dispatcher() { return *services_.dispatcher; }
     ConfigurationManager& configManager() { return configManager_; }
     AlertManager& alertManager() { return alertManager_; }
 

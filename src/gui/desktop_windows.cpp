@@ -2,8 +2,9 @@
 
 #include "app/app_delegate.h"
 #include "app/login_item_manager.h"
+#include "dashboard/dashboard_view_model.h"
+#include "gui/dashboard/dashboard_window.h"
 #include "gui/settings/settings_window.h"
-#include "logging/logger.h"
 #include "platform/app_launcher.h"
 #include "platform/app_paths.h"
 #include "platform/collection_sources.h"
@@ -11,13 +12,33 @@
 
 namespace ostrel {
 
+namespace {
+
+void bringToFront(QWidget& window) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+}  // namespace
+
 DesktopWindows::DesktopWindows(AppDelegate& delegate) : delegate_(delegate) {}
 
-DesktopWindows::~DesktopWindows() = default;
+DesktopWindows::~DesktopWindows() {
+    delete dashboard_;
+}
 
 void DesktopWindows::openDashboard() {
-    Logger::info("Dashboard not shown: the dashboard window is not there yet",
-                 Logger::Category::ui);
+    if (!dashboard_) {
+        Dispatcher& dispatcher = delegate_.dispatcher();
+        dashboard_ =
+            new DashboardWindow(DashboardViewModel::create(DashboardDependencies::forThisMachine(
+                                    dispatcher, openStandardPreferences())),
+                                dispatcher.clock());
+        dashboard_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    bringToFront(*dashboard_);
 }
 
 void DesktopWindows::openSettings() {
@@ -38,10 +59,7 @@ void DesktopWindows::openSettings() {
             },
             [this] { openDashboard(); });
     }
-    settings_->setWindowState(settings_->windowState() & ~Qt::WindowMinimized);
-    settings_->show();
-    settings_->raise();
-    settings_->activateWindow();
+    bringToFront(*settings_);
 }
 
 }  // namespace ostrel

@@ -1,25 +1,44 @@
 #include "gui/dashboard/dashboard_widgets.h"
 
+#include <QEvent>
+
 #include "gui/dashboard/dashboard_palette.h"
 #include "gui/icons/symbol_icons.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel::DashboardWidgets {
 
-QLabel* label(std::string_view text, DashboardColor color, double scale, bool bold) {
-    auto* result = new QLabel(qtText(text));
+ColorLabel::ColorLabel(DashboardColor color) : color_(color) {
+    apply();
+}
+
+void ColorLabel::setColor(DashboardColor color) {
+    color_ = color;
+    apply();
+}
+
+void ColorLabel::changeEvent(QEvent* event) {
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && !applying_) apply();
+}
+
+void ColorLabel::apply() {
+    // Setting the palette sends a change of its own.
+    applying_ = true;
+    QPalette shown = palette();
+    shown.setColor(QPalette::WindowText, resolvedColor(color_, shown));
+    setPalette(shown);
+    applying_ = false;
+}
+
+ColorLabel* label(std::string_view text, DashboardColor color, double scale, bool bold) {
+    auto* result = new ColorLabel(color);
+    result->setText(qtText(text));
     QFont font = result->font();
     if (scale != 1.0) font.setPointSizeF(font.pointSizeF() * scale);
     font.setBold(bold);
     result->setFont(font);
-    setColor(result, color);
     return result;
-}
-
-void setColor(QLabel* label, DashboardColor color) {
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, resolvedColor(color, palette));
-    label->setPalette(palette);
 }
 
 QLabel* symbol(std::string_view name, DashboardColor color, int size) {

@@ -13,6 +13,12 @@ QString styleColor(const QColor& color, double opacity) {
         .arg(color.alphaF() * opacity);
 }
 
+QPalette activeColours(const QWidget* widget) {
+    QPalette palette = widget->palette();
+    palette.setCurrentColorGroup(QPalette::Active);
+    return palette;
+}
+
 void setTextColor(QLabel* label, const QColor& color) {
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, color);

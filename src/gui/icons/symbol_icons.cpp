@@ -16,7 +16,7 @@ struct SymbolEntry {
     const char* bundled;
 };
 
-constexpr std::array<SymbolEntry, 29> kSymbols{{
+constexpr std::array<SymbolEntry, 41> kSymbols{{
     {"play.fill", "media-playback-start", "play.fill.svg"},
     {"stop.fill", "media-playback-stop", "stop.fill.svg"},
     {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
@@ -40,15 +40,27 @@ constexpr std::array<SymbolEntry, 29> kSymbols{{
     {"lock.shield.fill", "security-high", "lock.shield.fill.svg"},
     {"checkmark.circle.fill", "emblem-ok", "checkmark.circle.fill.svg"},
     {"questionmark.circle", "dialog-question", "questionmark.circle.svg"},
-    // The dashboard's analytics tables, process selector and alert cards.
-    {"cpu", "", "cpu.svg"},
+    // The dashboard window's regions, controls and cards (their images: gui/dashboard/icons/).
+    {"chart.line.uptrend.xyaxis", "utilities-system-monitor", "chart.line.uptrend.xyaxis.svg"},
+    {"chart.bar.xaxis", "", "chart.bar.xaxis.svg"},
+    {"exclamationmark.triangle", "dialog-warning", "exclamationmark.triangle.svg"},
+    {"arrow.clockwise", "view-refresh", "arrow.clockwise.svg"},
+    {"folder.badge.plus", "document-open-folder", "folder.badge.plus.svg"},
+    {"doc.on.doc", "document-open", "doc.on.doc.svg"},
+    {"externaldrive", "drive-removable-media", "externaldrive.svg"},
+    {"externaldrive.fill", "drive-removable-media", "externaldrive.fill.svg"},
+    {"desktopcomputer", "computer", "desktopcomputer.svg"},
+    {"checkmark", "object-select", "checkmark.svg"},
     {"memorychip", "", "memorychip.svg"},
+    {"star.fill", "starred", "star.fill.svg"},
+    {"cpu", "", "cpu.svg"},
     {"network", "network-wired", "network.svg"},
+    {"calendar", "x-office-calendar", "calendar.svg"},
+    {"chevron.left", "go-previous", "chevron.left.svg"},
+    {"chevron.right", "go-next", "chevron.right.svg"},
     {"chevron.down", "", "chevron.down.svg"},
     {"chevron.up", "", "chevron.up.svg"},
-    {"checkmark", "", "checkmark.svg"},
     {"xmark.circle", "", "xmark.circle.svg"},
-    {"exclamationmark.triangle", "dialog-warning", "exclamationmark.triangle.svg"},
 }};
 
 // One colour over the image's own shape.

@@ -73,6 +73,7 @@ DashboardScene::DashboardScene() {
 }
 
 DashboardScene::~DashboardScene() {
+    window.reset();
     model.reset();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
@@ -84,6 +85,23 @@ DashboardViewModel& DashboardScene::makeModel(
     model = DashboardViewModel::create(
         {dispatcher.get(), std::make_shared<MemoryPreferencesStore>(), std::move(storage)});
     return *model;
+}
+
+DashboardWindow& DashboardScene::openWindow(
+    const std::optional<std::filesystem::path>& storeFolder) {
+    window.reset();
+    makeModel(storeFolder);
+    window = std::make_unique<DashboardWindow>(model, dispatcher->clock());
+    window->show();
+    return *window;
+}
+
+Date DashboardScene::zoomIntoTheMorning() {
+    const Date start = model->cached().timeRangeStartDate.value() + std::chrono::hours(9);
+    model->setZoom(start, start + std::chrono::hours(2));
+    EXPECT_TRUE(model->isZoomActive());
+    waitUntilIdle();
+    return start;
 }
 
 bool DashboardScene::waitUntil(const std::function<bool()>& done, const std::string& what) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "dashboard/dashboard_view_model.h"
+#include "gui/dashboard/dashboard_window.h"
 #include "platform/dispatcher.h"
 
 namespace ostrel::testing {
@@ -22,7 +23,7 @@ namespace ostrel::testing {
 class DashboardScene : public ::testing::Test {
   protected:
     DashboardScene();
-    // Releases the model before the dispatcher its background work returns to.
+    // Releases the window, then the model, before the dispatcher their work returns to.
     ~DashboardScene() override;
 
     // The model over the store in `storeFolder`, the written history unless told; without a
@@ -30,6 +31,13 @@ class DashboardScene : public ::testing::Test {
     // window that does.
     DashboardViewModel& makeModel(
         const std::optional<std::filesystem::path>& storeFolder = historyStore());
+
+    // A dashboard window over a fresh model (see makeModel), shown, which starts its load.
+    DashboardWindow& openWindow(
+        const std::optional<std::filesystem::path>& storeFolder = historyStore());
+
+    // Zooms the loaded day to 09:00-11:00 and waits for the zoom's series; returns 09:00.
+    Date zoomIntoTheMorning();
 
     // Serves the event loop until the model's phase is `kind` and no rebuild runs; a failure of
     // the test, naming the phase reached, after a generous deadline. True when reached.
@@ -52,6 +60,7 @@ class DashboardScene : public ::testing::Test {
 
     std::unique_ptr<MainLoopDispatcher> dispatcher;
     std::shared_ptr<DashboardViewModel> model;
+    std::unique_ptr<DashboardWindow> window;
 };
 
 }  // namespace ostrel::testing

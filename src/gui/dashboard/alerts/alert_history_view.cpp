@@ -7,6 +7,7 @@
 
 #include "gui/dashboard/alerts/alert_card_view.h"
 #include "gui/dashboard/dashboard_palette.h"
+#include "gui/dashboard/section_widgets.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
@@ -66,8 +67,8 @@ void AlertHistoryView::refresh() {
     if (alertsChanged_) history_.setAlerts(model_.alertEvents.get());
     alertsChanged_ = false;
     const AlertHistoryHeader header = history_.header();
-    const QColor secondary = resolvedColor(DashboardColor::secondary, palette());
-    showHeading(heading_, header.icon, resolvedColor(DashboardColor::primary, palette()),
+    const QColor secondary = resolvedColor(DashboardColor::secondary, activeColours(this));
+    showHeading(heading_, header.icon, resolvedColor(DashboardColor::primary, activeColours(this)),
                 header.title);
     count_->setText(qtText(header.count));
     setTextColor(count_, secondary);

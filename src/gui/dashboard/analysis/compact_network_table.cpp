@@ -7,6 +7,7 @@
 #include "gui/dashboard/analysis/compact_table_view.h"
 #include "gui/dashboard/dashboard_palette.h"
 #include "gui/dashboard/dashboard_widgets.h"
+#include "gui/dashboard/section_widgets.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
@@ -31,16 +32,17 @@ CompactNetworkTable::CompactNetworkTable(QWidget* parent) : QFrame(parent) {
 void CompactNetworkTable::display(const NetworkTable& table) {
     // Again for a new palette: a style sheet takes the palette's colours when it is set.
     DashboardWidgets::styleAsCard(this);
-    showHeading(heading_, table.icon, resolvedColor(table.iconColor, palette()), table.title);
+    showHeading(heading_, table.icon, resolvedColor(table.iconColor, activeColours(this)),
+                table.title);
     std::vector<CompactTableModel::Row> rows;
     rows.reserve(table.rows.size());
     for (const NetworkTableRow& row : table.rows) {
         rows.push_back(
             {{std::to_string(row.rank), row.name, row.bytesIn, row.bytesOut, row.total}, {}});
     }
-    model_->setContent(table.columns, std::move(rows), palette());
+    model_->setContent(table.columns, std::move(rows), activeColours(this));
     view_->setEmptyText(qtText(table.emptyText.value_or("")),
-                        resolvedColor(DashboardColor::secondary, palette()));
+                        resolvedColor(DashboardColor::secondary, activeColours(this)));
 }
 
 }  // namespace ostrel

@@ -19,6 +19,7 @@ constexpr double kPinOpacity = 0.8;
 
 }  // namespace
 
+using SectionWidgets::activeColours;
 using SectionWidgets::setTextColor;
 
 ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* parent)
@@ -64,8 +65,8 @@ void ProcessSelectionBar::refresh() {
     const std::optional<std::string>& selected = model_.selectedProcess.get();
     const ProcessSelectionBarContent bar = processSelectionBar(patterns, selected);
 
-    const QColor secondary = resolvedColor(DashboardColor::secondary, palette());
-    QColor purple = resolvedColor(DashboardColor::purple, palette());
+    const QColor secondary = resolvedColor(DashboardColor::secondary, activeColours(this));
+    QColor purple = resolvedColor(DashboardColor::purple, activeColours(this));
     purple.setAlphaF(kPinOpacity);
     pin_->setPixmap(symbolIcon(bar.icon, purple).pixmap(14, 14));
     title_->setText(qtText(bar.title));
