@@ -15,7 +15,7 @@ namespace ostrel {
 using namespace SectionWidgets;
 
 AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent), model_(model) {
+    : DashboardSection(model, parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
@@ -47,19 +47,16 @@ AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
 
     alerts_ = model_.alertEvents.subscribe([this](const auto&) {
         alertsChanged_ = true;
-        deferred_.schedule();
+        refresh_.schedule();
     });
-    deferred_.watch(model_.sourceTimezone);
+    refresh_.watch(model_.sourceTimezone);
     refresh();
 }
 
 void AlertHistoryView::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (event->type() != QEvent::PaletteChange) return;
-    // Every card again, in the new colours, once the children have the new palette too: they
-    // are told after their parent.
-    shownCards_.clear();
-    deferred_.schedule();
+    DashboardSection::changeEvent(event);
+    // Every card again, in the new colours.
+    if (event->type() == QEvent::PaletteChange) shownCards_.clear();
 }
 
 void AlertHistoryView::refresh() {

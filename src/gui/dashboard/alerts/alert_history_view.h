@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QWidget>
 #include <vector>
 
 #include "dashboard/alert_history.h"
 #include "dashboard/dashboard_view_model.h"
-#include "gui/dashboard/deferred_refresh.h"
+#include "gui/dashboard/dashboard_section.h"
 #include "gui/dashboard/section_widgets.h"
 
 class QLabel;
@@ -17,7 +16,7 @@ class AlertCardView;
 
 // "Alert History": the loaded day's alerts as cards, one of them open at most, or "No alerts"
 // while the day has none.
-class AlertHistoryView final : public QWidget {
+class AlertHistoryView final : public DashboardSection {
     Q_OBJECT
 
   public:
@@ -27,12 +26,11 @@ class AlertHistoryView final : public QWidget {
     void changeEvent(QEvent* event) override;
 
   private:
-    void refresh();
+    void refresh() override;
     void toggle(const std::string& alertId);
     // Replaces the cards whose content changed.
     void showCards();
 
-    DashboardViewModel& model_;
     AlertHistory history_;
     bool alertsChanged_ = true;
     SectionWidgets::Heading heading_;
@@ -44,7 +42,6 @@ class AlertHistoryView final : public QWidget {
     QVBoxLayout* cardsLayout_;
     std::vector<AlertCard> shownCards_;
     std::vector<AlertCardView*> cards_;
-    DeferredRefresh deferred_{this, [this] { refresh(); }};
     Published<std::vector<AlertEvent>>::Subscription alerts_;
 };
 

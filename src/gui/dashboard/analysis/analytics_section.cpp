@@ -1,6 +1,5 @@
 #include "gui/dashboard/analysis/analytics_section.h"
 
-#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -13,7 +12,7 @@
 namespace ostrel {
 
 AnalyticsSection::AnalyticsSection(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent), model_(model) {
+    : DashboardSection(model, parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
@@ -41,15 +40,9 @@ AnalyticsSection::AnalyticsSection(DashboardViewModel& model, QWidget* parent)
     layout->addLayout(tables);
 
     // The shown lists change with every load and zoom, which the model announces as one change.
-    deferred_.watch(model_.objectWillChange);
-    deferred_.watch(model_.normalizeCPU);
+    refresh_.watch(model_.objectWillChange);
+    refresh_.watch(model_.normalizeCPU);
     refresh();
-}
-
-void AnalyticsSection::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    // Once the children have the new palette too: they are told after their parent.
-    if (event->type() == QEvent::PaletteChange) deferred_.schedule();
 }
 
 void AnalyticsSection::refresh() {

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <QWidget>
-
 #include "dashboard/dashboard_view_model.h"
-#include "gui/dashboard/deferred_refresh.h"
+#include "gui/dashboard/dashboard_section.h"
 
 namespace ostrel {
 
@@ -12,23 +10,18 @@ class CompactProcessTable;
 
 // "Analytics": the top CPU and top memory processes of the shown range and the latest sample's
 // top network processes, side by side.
-class AnalyticsSection final : public QWidget {
+class AnalyticsSection final : public DashboardSection {
     Q_OBJECT
 
   public:
     explicit AnalyticsSection(DashboardViewModel& model, QWidget* parent = nullptr);
 
-  protected:
-    void changeEvent(QEvent* event) override;
-
   private:
-    void refresh();
+    void refresh() override;
 
-    DashboardViewModel& model_;
     CompactProcessTable* cpu_;
     CompactProcessTable* memory_;
     CompactNetworkTable* network_;
-    DeferredRefresh deferred_{this, [this] { refresh(); }};
 };
 
 }  // namespace ostrel

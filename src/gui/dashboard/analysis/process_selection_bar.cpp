@@ -1,6 +1,5 @@
 #include "gui/dashboard/analysis/process_selection_bar.h"
 
-#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -23,7 +22,7 @@ using SectionWidgets::activeColours;
 using SectionWidgets::setTextColor;
 
 ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent), model_(model) {
+    : DashboardSection(model, parent) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 4, 0, 4);
     row->setSpacing(8);
@@ -48,16 +47,10 @@ ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* par
     tracked_ = new QLabel;
     row->addWidget(tracked_);
 
-    deferred_.watch(model_.selectedProcess);
+    refresh_.watch(model_.selectedProcess);
     // The patterns come with each load, which ends in a change of the charts.
-    deferred_.watch(model_.objectWillChange);
+    refresh_.watch(model_.objectWillChange);
     refresh();
-}
-
-void ProcessSelectionBar::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    // Once the children have the new palette too: they are told after their parent.
-    if (event->type() == QEvent::PaletteChange) deferred_.schedule();
 }
 
 void ProcessSelectionBar::refresh() {

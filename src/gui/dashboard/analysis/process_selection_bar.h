@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QWidget>
 #include <optional>
 #include <string>
 
 #include "dashboard/dashboard_view_model.h"
-#include "gui/dashboard/deferred_refresh.h"
+#include "gui/dashboard/dashboard_section.h"
 
 class QHBoxLayout;
 class QLabel;
@@ -17,26 +16,21 @@ class ProcessPillSelector;
 
 // The bar under the system charts that picks the watched process whose charts show below:
 // "Pinned Process", the pill selector (or "None available"), a clear button and the count.
-class ProcessSelectionBar final : public QWidget {
+class ProcessSelectionBar final : public DashboardSection {
     Q_OBJECT
 
   public:
     explicit ProcessSelectionBar(DashboardViewModel& model, QWidget* parent = nullptr);
 
-  protected:
-    void changeEvent(QEvent* event) override;
-
   private:
-    void refresh();
+    void refresh() override;
 
-    DashboardViewModel& model_;
     QLabel* pin_;
     QLabel* title_;
     QLabel* none_;
     ProcessPillSelector* pill_;
     QPushButton* clear_;
     QLabel* tracked_;
-    DeferredRefresh deferred_{this, [this] { refresh(); }};
 };
 
 }  // namespace ostrel
