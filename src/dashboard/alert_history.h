@@ -29,9 +29,12 @@ struct AlertCard {
     bool isExpanded = false;
     std::string chevron;  // "chevron.up" open, "chevron.down" closed
     std::string value;
-    std::optional<std::string> threshold;
-    std::vector<AlertProcessRow> topCPUProcesses;     // "Top CPU Consumers (per core)"
-    std::vector<AlertProcessRow> topMemoryProcesses;  // "Top Memory Consumers"
+    std::optional<std::string> threshold;  // after thresholdTitle
+    std::vector<AlertProcessRow> topCPUProcesses;
+    std::vector<AlertProcessRow> topMemoryProcesses;
+    std::string thresholdTitle = "Threshold";
+    std::string topCPUTitle = "Top CPU Consumers (per core)";
+    std::string topMemoryTitle = "Top Memory Consumers";
 
     bool operator==(const AlertCard&) const = default;
 };
@@ -48,6 +51,17 @@ struct AlertTypeStyle {
 };
 AlertTypeStyle alertTypeStyle(const std::string& type);
 
+// The section's header, and its texts while the day has no alert.
+struct AlertHistoryHeader {
+    std::string icon = "bell.badge";
+    std::string title = "Alert History";
+    std::string count;
+    std::string emptyTitle = "No alerts";
+    std::string emptyDetail = "System is running normally";
+
+    bool operator==(const AlertHistoryHeader&) const = default;
+};
+
 // The day's alerts as cards, at most one of them open.
 class AlertHistory {
   public:
@@ -57,8 +71,9 @@ class AlertHistory {
     const std::optional<std::string>& expandedAlertId() const { return expandedAlertId_; }
 
     size_t count() const { return alerts_.size(); }
-    // The view then shows "No alerts" and "System is running normally".
+    // The view then shows the header's empty texts instead of cards.
     bool isEmpty() const { return alerts_.empty(); }
+    AlertHistoryHeader header() const { return {.count = std::to_string(alerts_.size())}; }
     std::vector<AlertCard> cards(const std::optional<SourceTimeZone>& zone) const;
 
   private:

@@ -12,8 +12,34 @@
 
 namespace ostrel {
 
+// The title over the three tables.
+inline constexpr std::string_view kAnalyticsTitle = "Analytics";
+
 // "Sustained" red, "Recurring" orange, "Spike" green, anything else gray.
 DashboardColor impactColor(std::string_view impact);
+
+// A column of a compact table: its title, the colour of its cells and, for the columns that sort
+// a ranked table, the mode a click sets. The active one's title is primary and carries a
+// "chevron.down"; the others' are secondary.
+struct TableColumn {
+    std::string title;
+    DashboardColor cellColor = DashboardColor::primary;
+    std::optional<ProcessSortMode> sortMode;
+    bool isActive = false;
+
+    bool operator==(const TableColumn&) const = default;
+};
+
+// A chip that filters a ranked table: white text on its colour when selected, else its text in
+// the colour on a faint background of it. The impacts keep their badges' colours.
+struct FilterChip {
+    std::string label;  // rawValue(mode)
+    ProcessFilterMode mode = ProcessFilterMode::all;
+    bool isSelected = false;
+    DashboardColor color = DashboardColor::primary;
+
+    bool operator==(const FilterChip&) const = default;
+};
 
 struct ProcessTableRow {
     int rank = 0;  // from 1
@@ -32,7 +58,8 @@ struct ProcessTable {
     std::string title;
     std::string icon;
     DashboardColor iconColor = DashboardColor::primary;
-    std::string valueColumn;  // rawValue(ProcessSortMode::usage)
+    std::vector<FilterChip> chips;     // one per filter mode
+    std::vector<TableColumn> columns;  // rank, "Process", "Avg", "Peak", "Pres", "Impact"
     // "No data" with no process at all, "No Sustained processes" when the filter leaves none.
     std::optional<std::string> emptyText;
     std::vector<ProcessTableRow> rows;  // at most 10
@@ -47,9 +74,6 @@ ProcessTable topCPUTable(const std::vector<ProcessAggregate>& processes, Process
 ProcessTable topMemoryTable(const std::vector<ProcessAggregate>& processes,
                             ProcessFilterMode filter, ProcessSortMode sort);
 
-// The network table's short sizes: "1.5G" from 1000 MB on, "12.3M" from 1 MB, else "512K".
-std::string formatNetworkTableBytes(uint64_t bytes);
-
 struct NetworkTableRow {
     int rank = 0;
     std::string name;
@@ -60,7 +84,18 @@ struct NetworkTableRow {
     bool operator==(const NetworkTableRow&) const = default;
 };
 
-// "Top Network": the first 8 of the latest sample's list, in its order; empty shows "No data".
-std::vector<NetworkTableRow> topNetworkRows(const std::vector<ProcessNetworkInfo>& processes);
+struct NetworkTable {
+    std::string title;
+    std::string icon;
+    DashboardColor iconColor = DashboardColor::blue;
+    std::optional<std::string> emptyText;  // "No data"
+    std::vector<TableColumn> columns;      // rank, "Process", "In", "Out", "Total"
+    std::vector<NetworkTableRow> rows;     // at most 8
+
+    bool operator==(const NetworkTable&) const = default;
+};
+
+// "Top Network": the first 8 of the latest sample's list, in its order.
+NetworkTable topNetworkTable(const std::vector<ProcessNetworkInfo>& processes);
 
 }  // namespace ostrel

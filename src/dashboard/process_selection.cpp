@@ -14,26 +14,27 @@ constexpr size_t kPatternsForSearch = 6;
 
 }  // namespace
 
-ProcessSelectionBar processSelectionBar(const std::vector<std::string>& patterns,
-                                        const std::optional<std::string>& selected) {
-    ProcessSelectionBar bar{.noneAvailable = patterns.empty(),
-                            .pillText = selected.value_or("Select process"),
-                            .isSelected = selected.has_value(),
-                            .showsSearchField = patterns.size() >= kPatternsForSearch};
+ProcessSelectionBarContent processSelectionBar(const std::vector<std::string>& patterns,
+                                               const std::optional<std::string>& selected) {
+    ProcessSelectionBarContent bar{.noneAvailable = patterns.empty(),
+                                   .pillText = selected.value_or("Select process"),
+                                   .isSelected = selected.has_value()};
     if (!patterns.empty())
         bar.trackedCount = fmt::format("{} pinned processes tracked", patterns.size());
     return bar;
 }
 
-std::vector<ProcessPillItem> processPillItems(const std::vector<std::string>& patterns,
-                                              const std::optional<std::string>& selected,
-                                              std::string_view searchText) {
-    std::vector<ProcessPillItem> items;
+ProcessPillPopOver processPillPopOver(const std::vector<std::string>& patterns,
+                                      const std::optional<std::string>& selected,
+                                      std::string_view searchText) {
+    ProcessPillPopOver popOver{.showsSearchField = patterns.size() >= kPatternsForSearch};
     for (std::string& pattern : filteredProcesses(patterns, searchText)) {
         const bool isSelected = pattern == selected;
-        items.push_back({std::move(pattern), isSelected});
+        popOver.items.push_back({std::move(pattern), isSelected});
     }
-    return items;
+    if (popOver.items.empty()) popOver.emptyText = "No matches";
+    if (selected) popOver.clearText = "Clear Selection";
+    return popOver;
 }
 
 ProcessAnalysisSection processAnalysisSection(const std::optional<std::string>& selected,

@@ -10,28 +10,42 @@
 namespace ostrel {
 
 // The bar under the system charts that picks the watched process to chart.
-struct ProcessSelectionBar {
-    bool noneAvailable = true;  // "None available" instead of the selector
-    std::string pillText;       // the selected pattern, or "Select process"
-    bool isSelected = false;    // the pill is tinted and "Clear selection" shows
-    bool showsSearchField = false;
+struct ProcessSelectionBarContent {
+    std::string icon = "pin.fill";  // purple
+    std::string title = "Pinned Process";
+    bool noneAvailable = true;  // `noneText` instead of the selector
+    std::string noneText = "None available";
+    std::string pillText;     // the selected pattern, or "Select process"
+    bool isSelected = false;  // the pill is tinted and the clear button shows
+    std::string clearText = "Clear selection";
     std::optional<std::string> trackedCount;  // "3 pinned processes tracked"
 
-    bool operator==(const ProcessSelectionBar&) const = default;
+    bool operator==(const ProcessSelectionBarContent&) const = default;
 };
-ProcessSelectionBar processSelectionBar(const std::vector<std::string>& patterns,
-                                        const std::optional<std::string>& selected);
+ProcessSelectionBarContent processSelectionBar(const std::vector<std::string>& patterns,
+                                               const std::optional<std::string>& selected);
 
-// The selector's pop-over: the patterns the search keeps, or "No matches".
 struct ProcessPillItem {
     std::string pattern;
     bool isSelected = false;  // carries the "checkmark"
 
     bool operator==(const ProcessPillItem&) const = default;
 };
-std::vector<ProcessPillItem> processPillItems(const std::vector<std::string>& patterns,
-                                              const std::optional<std::string>& selected,
-                                              std::string_view searchText);
+
+// The selector's pop-over: a search field for a long list, the patterns the search keeps (or
+// "No matches"), and an entry that clears a selection.
+struct ProcessPillPopOver {
+    bool showsSearchField = false;
+    std::string searchPrompt = "Search...";
+    std::vector<ProcessPillItem> items;
+    std::optional<std::string> emptyText;  // "No matches"
+    std::optional<std::string> clearText;  // "Clear Selection", with "xmark.circle"
+
+    bool operator==(const ProcessPillPopOver&) const = default;
+};
+ProcessPillPopOver processPillPopOver(const std::vector<std::string>& patterns,
+                                      const std::optional<std::string>& selected,
+                                      std::string_view searchText);
 
 // One chart of the process analysis section, over a series of the process.
 struct ProcessChartDefinition {

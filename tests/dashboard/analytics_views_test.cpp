@@ -27,7 +27,8 @@ TEST(AnalyticsTables, TenRowsNormalisedWithTheirImpactAndTheEmptyTexts) {
     const auto all = topCPUTable(rows, ProcessFilterMode::all, ProcessSortMode::usage, 4);
     ASSERT_EQ(all.rows.size(), 10u);
     EXPECT_EQ(all.rows[0], (ProcessTableRow{1, "p0", "7.50%", "15.00%", "0%", "Spike", C::green}));
-    EXPECT_EQ(all.valueColumn, "Avg");
+    EXPECT_EQ(all.columns[2], (TableColumn{"Avg", C::primary, ProcessSortMode::usage, true}));
+    EXPECT_EQ(all.chips[0], (FilterChip{"All", ProcessFilterMode::all, true, C::orange}));
 
     // p25 to p29 are in 75 % or more of the samples; the peak sort puts the largest first.
     const auto sustained =
@@ -36,6 +37,11 @@ TEST(AnalyticsTables, TenRowsNormalisedWithTheirImpactAndTheEmptyTexts) {
     EXPECT_EQ(sustained.rows.front().name, "p25");
     EXPECT_EQ(sustained.rows.front().peak, "10.00%");
     EXPECT_EQ(sustained.rows.front().impactColor, C::red);
+    EXPECT_TRUE(sustained.columns[3].isActive);
+    EXPECT_FALSE(sustained.columns[2].isActive);
+    EXPECT_EQ(sustained.chips[1],
+              (FilterChip{"Sustained", ProcessFilterMode::sustained, true, C::red}));
+    EXPECT_FALSE(sustained.chips[0].isSelected);
     EXPECT_EQ(impactColor("Recurring"), C::orange);
     EXPECT_EQ(impactColor("other"), C::gray);
 
@@ -50,17 +56,17 @@ TEST(AnalyticsTables, TenRowsNormalisedWithTheirImpactAndTheEmptyTexts) {
 }
 
 TEST(AnalyticsTables, NetworkTableShortSizesAndFirstEightRows) {
-    EXPECT_EQ(formatNetworkTableBytes(1000ull << 20), "1.0G");
-    EXPECT_EQ(formatNetworkTableBytes(999ull << 20), "999.0M");
-    EXPECT_EQ(formatNetworkTableBytes(1 << 20), "1.0M");
-    EXPECT_EQ(formatNetworkTableBytes(300 << 10), "300K");
+    EXPECT_EQ(networkBytesText(1000ull << 20), "1.0G");
+    EXPECT_EQ(networkBytesText(999ull << 20), "999.0M");
+    EXPECT_EQ(topNetworkTable({}).emptyText, "No data");
 
     std::vector<ProcessNetworkInfo> processes;
     for (int i = 0; i < 9; ++i)
         processes.push_back({.pid = i, .name = "n", .bytesIn = 2 << 20, .bytesOut = 1 << 20});
-    const auto rows = topNetworkRows(processes);
-    ASSERT_EQ(rows.size(), 8u);
-    EXPECT_EQ(rows[7], (NetworkTableRow{8, "n", "2.0M", "1.0M", "3.0M"}));
+    const auto table = topNetworkTable(processes);
+    EXPECT_FALSE(table.emptyText);
+    ASSERT_EQ(table.rows.size(), 8u);
+    EXPECT_EQ(table.rows[7], (NetworkTableRow{8, "n", "2.0M", "1.0M", "3.0M"}));
 }
 
 TEST(ProcessSelection, BarPillAndTheSectionsCharts) {
@@ -69,10 +75,14 @@ TEST(ProcessSelection, BarPillAndTheSectionsCharts) {
     const auto bar = processSelectionBar(patterns, "node");
     EXPECT_EQ(bar.pillText, "node");
     EXPECT_EQ(bar.trackedCount, "3 pinned processes tracked");
-    EXPECT_FALSE(bar.showsSearchField);
     EXPECT_EQ(processSelectionBar(patterns, std::nullopt).pillText, "Select process");
-    EXPECT_EQ(processPillItems(patterns, "Code", "co"),
-              (std::vector<ProcessPillItem>{{"Code", true}}));
+    const auto popOver = processPillPopOver(patterns, "Code", "co");
+    EXPECT_FALSE(popOver.showsSearchField);
+    EXPECT_EQ(popOver.items, (std::vector<ProcessPillItem>{{"Code", true}}));
+    EXPECT_EQ(popOver.clearText, "Clear Selection");
+    const auto none = processPillPopOver(patterns, std::nullopt, "zz");
+    EXPECT_EQ(none.emptyText, "No matches");
+    EXPECT_FALSE(none.clearText);
 
     const Date start = Date(std::chrono::seconds(1795341600));
     ProcessSeries whole;

@@ -9,6 +9,9 @@
 #include "dashboard/dashboard_figures.h"
 #include "dashboard/dashboard_summaries.h"
 #include "dashboard/dashboard_view_model.h"
+#include "gui/dashboard/alerts/alert_history_view.h"
+#include "gui/dashboard/analysis/analytics_section.h"
+#include "gui/dashboard/analysis/process_selection_bar.h"
 #include "gui/dashboard/dashboard_widgets.h"
 #include "gui/dashboard/hero_stat_view.h"
 #include "gui/dashboard/summary_card_views.h"
@@ -75,9 +78,9 @@ void DashboardContent::addSections(QVBoxLayout* column) {
     // The sections, in order, each built over the model:
     //   charts:            DashboardChartsSection
     //   process analysis:  ProcessSelectionBar, then ProcessAnalysisCharts
-    //   analytics tables:  AnalyticsSection
-    //   alert history:     AlertHistoryView
-    (void)column;
+    column->addWidget(new ProcessSelectionBar(model_));
+    column->addWidget(new AnalyticsSection(model_));
+    column->addWidget(new AlertHistoryView(model_));
 }
 
 void DashboardContent::refresh() {

@@ -1,5 +1,6 @@
 #include "gui/dashboard/dashboard_widgets.h"
 
+#include <QApplication>
 #include <QEvent>
 
 #include "gui/dashboard/dashboard_palette.h"
@@ -19,14 +20,17 @@ void ColorLabel::setColor(DashboardColor color) {
 
 void ColorLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !applying_) apply();
+    const bool newPalette = event->type() == QEvent::PaletteChange && !applying_;
+    if (newPalette || event->type() == QEvent::ParentChange) apply();
 }
 
 void ColorLabel::apply() {
     // Setting the palette sends a change of its own.
     applying_ = true;
+    // Resolved on the surroundings' palette: the label's own still holds the colour it had.
+    const QPalette around = parentWidget() ? parentWidget()->palette() : QApplication::palette();
     QPalette shown = palette();
-    shown.setColor(QPalette::WindowText, resolvedColor(color_, shown));
+    shown.setColor(QPalette::WindowText, resolvedColor(color_, around));
     setPalette(shown);
     applying_ = false;
 }

@@ -16,7 +16,7 @@ struct SymbolEntry {
     const char* bundled;
 };
 
-constexpr std::array<SymbolEntry, 39> kSymbols{{
+constexpr std::array<SymbolEntry, 42> kSymbols{{
     {"play.fill", "media-playback-start", "play.fill.svg"},
     {"stop.fill", "media-playback-stop", "stop.fill.svg"},
     {"chart.xyaxis.line", "utilities-system-monitor", "chart.xyaxis.line.svg"},
@@ -58,6 +58,9 @@ constexpr std::array<SymbolEntry, 39> kSymbols{{
     {"calendar", "x-office-calendar", "calendar.svg"},
     {"chevron.left", "go-previous", "chevron.left.svg"},
     {"chevron.right", "go-next", "chevron.right.svg"},
+    {"chevron.down", "", "chevron.down.svg"},
+    {"chevron.up", "", "chevron.up.svg"},
+    {"xmark.circle", "", "xmark.circle.svg"},
     // The dashboard's charts: the pin sign of linked tooltips and of a drag.
     {"selection.pin.in.out", "", "selection.pin.in.out.svg"},
 }};
