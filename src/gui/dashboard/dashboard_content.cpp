@@ -12,6 +12,8 @@
 #include "gui/dashboard/alerts/alert_history_view.h"
 #include "gui/dashboard/analysis/analytics_section.h"
 #include "gui/dashboard/analysis/process_selection_bar.h"
+#include "gui/dashboard/charts/dashboard_charts_section.h"
+#include "gui/dashboard/charts/process_analysis_charts.h"
 #include "gui/dashboard/dashboard_widgets.h"
 #include "gui/dashboard/hero_stat_view.h"
 #include "gui/dashboard/summary_card_views.h"
@@ -78,7 +80,9 @@ void DashboardContent::addSections(QVBoxLayout* column) {
     // The sections, in order, each built over the model:
     //   charts:            DashboardChartsSection
     //   process analysis:  ProcessSelectionBar, then ProcessAnalysisCharts
+    column->addWidget(new DashboardChartsSection(model_));
     column->addWidget(new ProcessSelectionBar(model_));
+    column->addWidget(new ProcessAnalysisCharts(model_));
     column->addWidget(new AnalyticsSection(model_));
     column->addWidget(new AlertHistoryView(model_));
 }

@@ -73,7 +73,7 @@ void showSeries(DashboardChartView& chart, const ChartDefinition& definition,
 }  // namespace
 
 DashboardChartsSection::DashboardChartsSection(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent), model_(model), binding_(model, this), refresh_(this, [this] { refresh(); }) {
+    : DashboardSection(model, parent), binding_(model, this) {
     auto* grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setSpacing(12);

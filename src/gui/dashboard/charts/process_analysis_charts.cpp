@@ -1,6 +1,5 @@
 #include "gui/dashboard/charts/process_analysis_charts.h"
 
-#include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -52,10 +51,8 @@ DashboardChartView* makeChart(const ProcessChartDefinition& definition,
 }  // namespace
 
 ProcessAnalysisCharts::ProcessAnalysisCharts(DashboardViewModel& model, QWidget* parent)
-    : QWidget(parent),
-      model_(model),
+    : DashboardSection(model, parent),
       binding_(model, this),
-      refresh_(this, [this] { refresh(); }),
       icon_(new QLabel),
       title_(new QLabel),
       range_(new QLabel),
@@ -80,7 +77,6 @@ ProcessAnalysisCharts::ProcessAnalysisCharts(DashboardViewModel& model, QWidget*
     refresh_.watch(model_.objectWillChange);
     refresh_.watch(model_.selectedProcess);
     refresh_.watch(model_.normalizeCPU);
-    applyPalette();
     refresh();
 }
 
@@ -93,6 +89,7 @@ void ProcessAnalysisCharts::refresh() {
         processAnalysisSection(model_.selectedProcess.get(), model_.processSearchData(),
                                model_.processSearchCPUData(), model_.clock().now());
     setVisible(section.isShown);
+    applyPalette();
     for (ChartCard* card : cards_)
         delete card;
     cards_.clear();
@@ -110,11 +107,6 @@ void ProcessAnalysisCharts::refresh() {
         grid_->addWidget(card, cell / kColumns, cell % kColumns);
         cards_.push_back(card);
     }
-}
-
-void ProcessAnalysisCharts::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) applyPalette();
 }
 
 void ProcessAnalysisCharts::applyPalette() {

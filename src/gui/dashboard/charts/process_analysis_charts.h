@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QWidget>
 #include <vector>
 
 #include "dashboard/dashboard_view_model.h"
 #include "gui/dashboard/charts/chart_model_binding.h"
-#include "gui/dashboard/deferred_refresh.h"
+#include "gui/dashboard/dashboard_section.h"
 
 class QGridLayout;
 class QLabel;
@@ -17,25 +16,20 @@ class ChartCard;
 // The selected watched process over time: its name, span and sample count above its CPU and
 // memory charts, and its network and disk charts where it has such points. Hidden while no
 // process is selected or it has neither CPU nor memory points.
-class ProcessAnalysisCharts final : public QWidget {
+class ProcessAnalysisCharts final : public DashboardSection {
   public:
-    static constexpr int kChartHeight = 200;
-
     explicit ProcessAnalysisCharts(DashboardViewModel& model, QWidget* parent = nullptr);
 
     const std::vector<ChartCard*>& cards() const { return cards_; }
     QString headerText() const;
-    void refresh();
 
   protected:
-    void changeEvent(QEvent* event) override;
+    void refresh() override;
 
   private:
     void applyPalette();
 
-    DashboardViewModel& model_;
     ChartModelBinding binding_;
-    DeferredRefresh refresh_;
     QLabel* icon_;
     QLabel* title_;
     QLabel* range_;
