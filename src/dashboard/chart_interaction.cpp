@@ -25,6 +25,8 @@ ChartGesture ChartInteraction::release(const ChartGeometry& geometry, double x, 
         gesture.pin = geometry.dateUnderPointer(x);
     }
     drag_.reset();
+    // The hover takes up the pointer where the gesture left it.
+    move(geometry, x, y);
     return gesture;
 }
 

@@ -143,6 +143,7 @@ TEST(ChartInteraction, HoverFollowsThePointerClickPinsAndADragZooms) {
               (ChartGesture{.zoom = DateRange{at(150), at(250)}}));
     EXPECT_FALSE(chart.isDragging());
     EXPECT_FALSE(chart.dragDates(geometry));
+    EXPECT_EQ(chart.selectedDate(), at(150));  // the hover is where the drag ended
 
     chart.press(geometry, 300, 100);  // a drag of 20 seconds: neither a pin nor a zoom
     EXPECT_EQ(chart.release(geometry, 320, 100), ChartGesture{});
