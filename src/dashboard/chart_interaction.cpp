@@ -24,9 +24,10 @@ ChartGesture ChartInteraction::release(const ChartGeometry& geometry, double x, 
         // A click always pins the moment under the pointer; it never toggles.
         gesture.pin = geometry.dateUnderPointer(x);
     }
+    const bool dragged = drag_->isDragging();
     drag_.reset();
-    // The hover takes up the pointer where the gesture left it.
-    move(geometry, x, y);
+    // The hover held still during the drag; it takes up the pointer where the drag ended.
+    if (dragged) move(geometry, x, y);
     return gesture;
 }
 
