@@ -61,7 +61,6 @@ tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const 
 template <class Record, class UploadEnabled>
 tl::expected<void, StorageError> MetricsStorage::writeRecord(const Record& record,
                                                              UploadEnabled uploadEnabled) {
-    if (auto ready = ensureDirectoriesExist(); !ready) return ready;
     std::string line;
     line.reserve(8192);
     if (auto encoded = appendJson(line, record); !encoded) {
@@ -130,6 +129,9 @@ tl::expected<void, StorageError> MetricsStorage::appendToCurrentFile(std::string
         // A stale handle costs one retry on a fresh one, not the sample.
         cachedFileHandle_.reset();
     }
+    // A handle on the file at its name proves the folders are there; only a file to be opened
+    // needs them looked at (and made again where someone removed them).
+    if (auto ready = ensureDirectoriesExist(); !ready) return ready;
     auto opened = AppendFile::open(url);
     if (!opened) return tl::unexpected(StorageError::fileSystem(opened.error(), url));
     if (auto written = opened->append(line); !written) {
