@@ -1,10 +1,9 @@
 #include "storage/metrics_storage.h"
 
-#include <time.h>
-
 #include "config/setting_limits.h"
 #include "logging/logger.h"
 #include "platform/file_system.h"
+#include "platform/time_zone.h"
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
@@ -109,8 +108,8 @@ tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
 }
 
 MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
-    // Read the zone afresh, so a change of zone shows in the next name.
-    ::tzset();
+    // The zone afresh, so a change of zone shows in the next name.
+    reloadTimeZoneIfChanged();
     const Date now = clock_.now();
     const std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
                                                                  : Formatters::dailyRotation(now);
