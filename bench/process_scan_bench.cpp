@@ -103,18 +103,11 @@ void BM_DiskCounters(benchmark::State& state) {
 }
 BENCHMARK(BM_DiskCounters)->Unit(benchmark::kMicrosecond);
 
-std::vector<int32_t> largestProcesses() {
+std::vector<MemoryCandidate> largestProcesses() {
     LinuxProcessSource source({}, nullptr);
-    auto table = source.listProcesses();
-    std::vector<int32_t> largest;
-    if (!table) return largest;
-    auto& readings = table->processes;
-    std::sort(readings.begin(), readings.end(),
-              [](const auto& a, const auto& b) { return a.residentBytes > b.residentBytes; });
-    for (size_t i = 0; i < readings.size() && i < ProcessCollector::kRefinedProcessCount; ++i) {
-        largest.push_back(readings[i].pid);
-    }
-    return largest;
+    const auto table = source.listProcesses();
+    if (!table) return {};
+    return largestByResidentSize(table->processes, ProcessCollector::kRefinedProcessCount);
 }
 
 // The timer's work, off the sampling path: proportional sizes of the 20 largest processes,

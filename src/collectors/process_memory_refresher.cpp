@@ -14,8 +14,8 @@ Duration secondsOf(double seconds) {
 
 }  // namespace
 
-std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& readings,
-                                           size_t count) {
+std::vector<MemoryCandidate> largestByResidentSize(const std::vector<ProcessReading>& readings,
+                                                   size_t count) {
     std::vector<size_t> order;
     order.reserve(readings.size());
     for (size_t i = 0; i < readings.size(); ++i) {
@@ -26,11 +26,13 @@ std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& re
         const uint64_t sizeA = readings[a].residentBytes, sizeB = readings[b].residentBytes;
         return sizeA != sizeB ? sizeA > sizeB : a < b;
     });
-    std::vector<int32_t> pids;
-    pids.reserve(count);
-    for (size_t i = 0; i < count; ++i)
-        pids.push_back(readings[order[i]].pid);
-    return pids;
+    std::vector<MemoryCandidate> largest;
+    largest.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+        const ProcessReading& reading = readings[order[i]];
+        largest.push_back({reading.pid, reading.startTime, reading.residentBytes});
+    }
+    return largest;
 }
 
 ProcessMemoryRefresher::ProcessMemoryRefresher(ProcessSources sources, Dispatcher& dispatcher,
@@ -50,11 +52,11 @@ std::unordered_map<int32_t, double> ProcessMemoryRefresher::figures() {
     return figures_;
 }
 
-void ProcessMemoryRefresher::setCandidates(std::vector<int32_t> pids) {
+void ProcessMemoryRefresher::setCandidates(std::vector<MemoryCandidate> candidates) {
     const Duration now = dispatcher_.clock().monotonic();
     {
         std::lock_guard guard(candidatesLock_);
-        candidates_ = std::move(pids);
+        candidates_ = std::move(candidates);
         // Samples come at the collection interval, a refinement at most once per interval.
         // The 100 ms of slack keep a timer that fires a little early from skipping a round.
         const bool due = !lastStart_ || now - *lastStart_ >= interval_ - kSlack;
@@ -68,12 +70,12 @@ void ProcessMemoryRefresher::setCandidates(std::vector<int32_t> pids) {
 }
 
 void ProcessMemoryRefresher::refresh() {
-    std::vector<int32_t> pids;
+    std::vector<MemoryCandidate> candidates;
     {
         std::lock_guard guard(candidatesLock_);
-        pids = candidates_;
+        candidates = candidates_;
     }
-    auto refined = sources_.memory->refinedMemoryMB(pids);
+    auto refined = sources_.memory->refinedMemoryMB(candidates);
     health_.note(refined);
     {
         // A failed read empties the figures: resident sizes hold until the next good one.

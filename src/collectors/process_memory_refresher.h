@@ -13,11 +13,11 @@
 
 namespace ostrel {
 
-// The pids of the `count` largest processes by resident size, largest first; ties keep the
-// list's order. Processes without resident memory (kernel threads have no memory map) are left
-// out: there is nothing to refine.
-std::vector<int32_t> largestByResidentSize(const std::vector<ProcessReading>& readings,
-                                           size_t count);
+// The `count` largest processes by resident size, largest first; ties keep the list's order.
+// Processes without resident memory (kernel threads have no memory map) are left out: there
+// is nothing to refine.
+std::vector<MemoryCandidate> largestByResidentSize(const std::vector<ProcessReading>& readings,
+                                                   size_t count);
 
 // Refined memory figures of the largest processes, read on a serial queue of its own, off the
 // sampling path. A sample that lists the processes hands over its largest ones, which starts a
@@ -38,8 +38,9 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
 
     // The figures of the last refinement by pid; empty after a failed one.
     std::unordered_map<int32_t, double> figures();
-    // The pids to refine, largest first, from a sample's list; starts a refinement when due.
-    void setCandidates(std::vector<int32_t> pids);
+    // The processes to refine, largest first, from a sample's list; starts a refinement when
+    // due.
+    void setCandidates(std::vector<MemoryCandidate> candidates);
 
   private:
     void refresh();
@@ -53,7 +54,7 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
     std::unordered_map<int32_t, double> figures_;
     // Guards the candidates and the schedule.
     std::mutex candidatesLock_;
-    std::vector<int32_t> candidates_;
+    std::vector<MemoryCandidate> candidates_;
     Duration interval_;
     std::optional<Duration> lastStart_;  // monotonic
     bool refreshing_ = false;

@@ -50,9 +50,10 @@ void PerformanceMonitor::startUITimer() {
         lastMetricsTimestamp_ &&
         secondsBetween(*lastMetricsTimestamp_, dispatcher_.clock().now()) <= kFreshDisplaySeconds;
     uiTimer_.reset();
-    uiTimer_ = makeTimer(fresh ? period : Duration(100ms), period, 100ms,
-                         [core = core_, queue = collectionQueue_, weak = weak_from_this()] {
-                             if (!weak.expired()) refreshUIWithQoS(core, *queue, weak);
+    uiTimer_ = makeTimer(*collectionQueue_, fresh ? period : Duration(100ms), period, 100ms,
+                         [core = core_, weak = weak_from_this()] {
+                             if (!weak.expired())
+                                 refreshUIWithQoS(core, core->configCopy(), core->pinsCopy(), weak);
                          });
 }
 
@@ -63,24 +64,19 @@ void PerformanceMonitor::stopPopupRefresh() {
 }
 
 void PerformanceMonitor::refreshUIWithQoS(const std::shared_ptr<Core>& core,
-                                          SerialQueue& collectionQueue, Weak weak) {
-    MonitorConfig config = core->configCopy();
-    std::vector<std::string> pins = core->pinsCopy();
-    collectionQueue.async(
-        [core, config = std::move(config), pins = std::move(pins), weak = std::move(weak)] {
-            if (weak.expired()) return;
-            // Not for storage: the stored samples' baselines stay where they are.
-            SystemMetrics metrics = core->collector->collectAll(config, false);
-            std::vector<WatchedProcessMetrics> watched =
-                core->aggregateWatched(pins, config.watchedProcesses);
-            core->dispatcher.mainQueue().async(
-                [weak, metrics = std::move(metrics), watched = std::move(watched)]() mutable {
-                    auto self = weak.lock();
-                    if (!self) return;
-                    self->publishDisplaySample(std::move(metrics));
-                    self->watchedMetrics.set(std::move(watched));
-                });
-        });
+                                          const MonitorConfig& config,
+                                          const std::vector<std::string>& pins, Weak weak) {
+    // Not for storage: the stored samples' baselines stay where they are.
+    SystemMetrics metrics = core->collector->collectAll(config, false);
+    std::vector<WatchedProcessMetrics> watched =
+        core->aggregateWatched(pins, config.watchedProcesses);
+    core->dispatcher.mainQueue().async([weak = std::move(weak), metrics = std::move(metrics),
+                                        watched = std::move(watched)]() mutable {
+        auto self = weak.lock();
+        if (!self) return;
+        self->publishDisplaySample(std::move(metrics));
+        self->watchedMetrics.set(std::move(watched));
+    });
 }
 
 void PerformanceMonitor::configureDurationLimit() {
@@ -114,8 +110,8 @@ void PerformanceMonitor::startDurationTimer() {
     durationTimer_.reset();
     // The end time is a published field, read on the main queue only, so the check goes there
     // first; the limit keeps its one-minute grain.
-    durationTimer_ = makeTimer(kDurationCheckPeriod, kDurationCheckPeriod, 1s,
-                               onMainQueue(&PerformanceMonitor::checkDurationLimit));
+    durationTimer_ =
+        makeMainQueueTimer(kDurationCheckPeriod, 1s, &PerformanceMonitor::checkDurationLimit);
 }
 
 void PerformanceMonitor::checkDurationLimit() {
@@ -145,11 +141,14 @@ void PerformanceMonitor::updateBackgroundAlertTimer() {
 
 void PerformanceMonitor::startBackgroundAlertTimer() {
     backgroundAlertTimer_.reset();
-    collectForAlertOnly(core_, *collectionQueue_, weak_from_this());
+    collectionQueue_->async(
+        [core = core_, config = core_->configCopy(), weak = weak_from_this()]() mutable {
+            collectForAlertOnly(core, std::move(config), std::move(weak));
+        });
     backgroundAlertTimer_ =
-        makeTimer(kBackgroundAlertPeriod, kBackgroundAlertPeriod, 1s,
-                  [core = core_, queue = collectionQueue_, weak = weak_from_this()] {
-                      if (!weak.expired()) collectForAlertOnly(core, *queue, weak);
+        makeTimer(*collectionQueue_, kBackgroundAlertPeriod, kBackgroundAlertPeriod, 1s,
+                  [core = core_, weak = weak_from_this()] {
+                      collectForAlertOnly(core, core->configCopy(), weak);
                   });
     Logger::info("Background alerts started (10s interval)", collection);
 }
@@ -161,26 +160,21 @@ void PerformanceMonitor::stopBackgroundAlertTimer() {
 }
 
 void PerformanceMonitor::collectForAlertOnly(const std::shared_ptr<Core>& core,
-                                             SerialQueue& collectionQueue, Weak weak) {
-    MonitorConfig config = core->configCopy();
+                                             MonitorConfig config, Weak weak) {
     // The shared core keeps collector and store alive for this step, whatever the monitor does.
-    collectionQueue.async([core, config = std::move(config), weak = std::move(weak)]() mutable {
-        SystemMetrics metrics = core->collector->collectAll(config, true);
-        core->dispatcher.mainQueue().async([core, weak = std::move(weak),
-                                            metrics = std::move(metrics),
-                                            config = std::move(config)] {
-            // Nothing is published: the figures on show belong to stored samples.
-            if (weak.expired() || !config.alertsEnabled) return;
-            const std::vector<AlertEvent> events =
-                core->alertManager.checkAndAlert(metrics, config);
-            if (!config.alertLogEvents) return;
-            for (const AlertEvent& event : events) {
-                if (auto saved = core->storage->saveAlertEvent(event); !saved) {
-                    Logger::error("Failed to save background alert event",
-                                  saved.error().description(), Logger::Category::storage);
-                }
+    SystemMetrics metrics = core->collector->collectAll(config, true);
+    core->dispatcher.mainQueue().async([core, weak = std::move(weak), metrics = std::move(metrics),
+                                        config = std::move(config)] {
+        // Nothing is published: the figures on show belong to stored samples.
+        if (weak.expired() || !config.alertsEnabled) return;
+        const std::vector<AlertEvent> events = core->alertManager.checkAndAlert(metrics, config);
+        if (!config.alertLogEvents) return;
+        for (const AlertEvent& event : events) {
+            if (auto saved = core->storage->saveAlertEvent(event); !saved) {
+                Logger::error("Failed to save background alert event", saved.error().description(),
+                              Logger::Category::storage);
             }
-        });
+        }
     });
 }
 

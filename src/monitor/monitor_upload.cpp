@@ -37,8 +37,7 @@ void PerformanceMonitor::startUploadTimer() {
     uploadTimer_.reset();
     // The first upload comes one interval after start, not at start.
     const Duration interval = monitor_timing::minutes(core_->configCopy().uploadIntervalMinutes);
-    uploadTimer_ =
-        makeTimer(interval, interval, 1s, onMainQueue(&PerformanceMonitor::performUpload));
+    uploadTimer_ = makeMainQueueTimer(interval, 1s, &PerformanceMonitor::performUpload);
 }
 
 void PerformanceMonitor::uploadNow() {

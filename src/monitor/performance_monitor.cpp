@@ -52,8 +52,6 @@ PerformanceMonitor::PerformanceMonitor(MonitorDependencies dependencies)
       observeWake_(std::move(dependencies.observeWake)),
       makePathMonitor_(std::move(dependencies.makePathMonitor)),
       powerSources_(std::move(dependencies.powerSources)),
-      timerQueue_(
-          dispatcher_.makeSerialQueue(std::string(Constants::bundleIdentifier) + ".timers")),
       collectionQueue_(dispatcher_.makeSerialQueue("com.ostrel.collection")) {
     required(core_->collector.get(), "a collector");
     required(core_->storage.get(), "a store");
@@ -87,19 +85,19 @@ MonitorConfig PerformanceMonitor::currentConfig() const {
     return core_->configCopy();
 }
 
-std::unique_ptr<Timer> PerformanceMonitor::makeTimer(Duration first, Duration period,
-                                                     Duration leeway, Task handler) {
-    return dispatcher_.makeTimer(*timerQueue_,
-                                 {.firstDeadline = first, .period = period, .leeway = leeway},
-                                 std::move(handler));
+std::unique_ptr<Timer> PerformanceMonitor::makeTimer(SerialQueue& queue, Duration first,
+                                                     Duration period, Duration leeway,
+                                                     Task handler) {
+    return dispatcher_.makeTimer(
+        queue, {.firstDeadline = first, .period = period, .leeway = leeway}, std::move(handler));
 }
 
-Task PerformanceMonitor::onMainQueue(void (PerformanceMonitor::*step)()) {
-    return [weak = weak_from_this(), &main = dispatcher_.mainQueue(), step] {
-        main.async([weak, step] {
-            if (auto self = weak.lock()) (self.get()->*step)();
-        });
-    };
+std::unique_ptr<Timer> PerformanceMonitor::makeMainQueueTimer(Duration period, Duration leeway,
+                                                              void (PerformanceMonitor::*step)()) {
+    return makeTimer(dispatcher_.mainQueue(), period, period, leeway,
+                     [weak = weak_from_this(), step] {
+                         if (auto self = weak.lock()) (self.get()->*step)();
+                     });
 }
 
 void PerformanceMonitor::configureHECClient() {
@@ -206,10 +204,11 @@ void PerformanceMonitor::resetCounters() {
 void PerformanceMonitor::startCollectionTimer() {
     collectionTimer_.reset();
     const Duration interval = monitor_timing::seconds(core_->configCopy().intervalSeconds);
-    collectionTimer_ = makeTimer(interval, interval, 100ms,
-                                 [core = core_, queue = collectionQueue_, weak = weak_from_this()] {
-                                     if (!weak.expired()) beginSample(core, *queue, weak);
-                                 });
+    // Fired on the collection queue itself: a sample wakes no other thread before it lands.
+    collectionTimer_ = makeTimer(
+        *collectionQueue_, interval, interval, 100ms, [core = core_, weak = weak_from_this()] {
+            if (!weak.expired()) collectSample(core, core->configCopy(), core->pinsCopy(), weak);
+        });
 }
 
 void PerformanceMonitor::collectAndStore() {
@@ -223,16 +222,20 @@ void PerformanceMonitor::beginSample(const std::shared_ptr<Core>& core,
     std::vector<std::string> pins = core->pinsCopy();
     collectionQueue.async([core, config = std::move(config), pins = std::move(pins),
                            weak = std::move(weak)]() mutable {
-        if (weak.expired()) return;
-        SystemMetrics metrics = core->collector->collectAll(config, true);
-        std::vector<WatchedProcessMetrics> watched =
-            core->aggregateWatched(pins, config.watchedProcesses);
-        core->dispatcher.mainQueue().async(
-            [core, weak = std::move(weak), metrics = std::move(metrics),
-             watched = std::move(watched), config = std::move(config)]() mutable {
-                if (auto self = weak.lock())
-                    self->landSample(*core, std::move(metrics), std::move(watched), config);
-            });
+        if (!weak.expired()) collectSample(core, std::move(config), pins, std::move(weak));
+    });
+}
+
+void PerformanceMonitor::collectSample(const std::shared_ptr<Core>& core, MonitorConfig config,
+                                       const std::vector<std::string>& pins, Weak weak) {
+    SystemMetrics metrics = core->collector->collectAll(config, true);
+    std::vector<WatchedProcessMetrics> watched =
+        core->aggregateWatched(pins, config.watchedProcesses);
+    core->dispatcher.mainQueue().async([core, weak = std::move(weak), metrics = std::move(metrics),
+                                        watched = std::move(watched),
+                                        config = std::move(config)]() mutable {
+        if (auto self = weak.lock())
+            self->landSample(*core, std::move(metrics), std::move(watched), config);
     });
 }
 

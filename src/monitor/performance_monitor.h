@@ -165,30 +165,36 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     void configureHECClient();
     void logMonitorStart();
     void startCollectionTimer();
-    // The three stages of a stored sample; the first runs on the caller's queue.
+    // The three stages of a stored sample: settings copied on the caller's queue, collection on
+    // the collection queue, landing on the main queue. The collection timer, which fires on the
+    // collection queue, starts at the second.
     static void beginSample(const std::shared_ptr<Core>& core, SerialQueue& collectionQueue,
                             Weak weak);
+    static void collectSample(const std::shared_ptr<Core>& core, MonitorConfig config,
+                              const std::vector<std::string>& pins, Weak weak);
     void landSample(Core& core, SystemMetrics metrics, std::vector<WatchedProcessMetrics> watched,
                     const MonitorConfig& config);
     void saveMetricsToStorage(const SystemMetrics& metrics, MetricsStorage& storage);
-    // A repeating timer on the timer queue.
-    std::unique_ptr<Timer> makeTimer(Duration first, Duration period, Duration leeway,
-                                     Task handler);
-    // A timer handler that runs `step` on the main queue while the monitor lives.
-    Task onMainQueue(void (PerformanceMonitor::*step)());
+    // Each timer fires on the queue its work belongs to, so that a firing wakes one thread.
+    std::unique_ptr<Timer> makeTimer(SerialQueue& queue, Duration first, Duration period,
+                                     Duration leeway, Task handler);
+    // A repeating timer that runs `step` on the main queue while the monitor lives.
+    std::unique_ptr<Timer> makeMainQueueTimer(Duration period, Duration leeway,
+                                              void (PerformanceMonitor::*step)());
 
     // Side timers.
     void preWarmMetrics();
-    // The popup's refresh: a sample for display only.
-    static void refreshUIWithQoS(const std::shared_ptr<Core>& core, SerialQueue& collectionQueue,
-                                 Weak weak);
+    // The popup's refresh: a sample for display only, on the collection queue.
+    static void refreshUIWithQoS(const std::shared_ptr<Core>& core, const MonitorConfig& config,
+                                 const std::vector<std::string>& pins, Weak weak);
     void configureDurationLimit();
     void startDurationTimer();
     void checkDurationLimit();
     void updateBackgroundAlertTimer();
     void startBackgroundAlertTimer();
     void stopBackgroundAlertTimer();
-    static void collectForAlertOnly(const std::shared_ptr<Core>& core, SerialQueue& collectionQueue,
+    // A sample for the alerts only, on the collection queue.
+    static void collectForAlertOnly(const std::shared_ptr<Core>& core, MonitorConfig config,
                                     Weak weak);
     // Publishes a display sample from the pre-warm or the popup refresh.
     void publishDisplaySample(SystemMetrics metrics);
@@ -233,7 +239,6 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     std::shared_ptr<SplunkHECClient> hecClient_;
 
     // Queues before timers: the timers fire on them, so they go last.
-    std::shared_ptr<SerialQueue> timerQueue_;
     std::shared_ptr<SerialQueue> collectionQueue_;
     std::unique_ptr<Timer> collectionTimer_;
     std::unique_ptr<Timer> uiTimer_;

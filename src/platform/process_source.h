@@ -46,15 +46,26 @@ class ProcessSource {
     virtual tl::expected<ProcessTable, ReadError> listProcesses() = 0;
 };
 
+// A process worth a finer memory figure, as the sample's listing read it: the start time tells
+// a reused pid, the resident size whether a figure read earlier still holds.
+struct MemoryCandidate {
+    int32_t pid = 0;
+    std::optional<Duration> startTime;
+    uint64_t residentBytes = 0;
+
+    bool operator==(const MemoryCandidate&) const = default;
+};
+
 // Memory figures finer than the resident size (shared pages counted proportionally), in
 // mebibytes, for the largest processes. Slow: called off the sampling path.
 class ProcessMemorySource {
   public:
     virtual ~ProcessMemorySource() = default;
-    // `candidates` are pids, largest resident size first. A source that ranks processes by
-    // itself may ignore them. Pids it cannot read are left out of the map.
+    // `candidates` come from the sample's listing, largest resident size first, and are not
+    // listed again. A source that ranks processes by itself may ignore them. Processes it
+    // cannot read are left out of the map.
     virtual tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
-        const std::vector<int32_t>& candidates) = 0;
+        const std::vector<MemoryCandidate>& candidates) = 0;
 };
 
 // Cumulative bytes one process has read from and written to storage.

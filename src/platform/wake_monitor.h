@@ -8,7 +8,7 @@
 namespace ostrel {
 
 // Tells when the machine has woken from sleep. The handler runs on the dispatcher's main
-// queue; observing ends when the returned object is destroyed.
+// queue; observing ends when the returned object is destroyed, which happens on the main queue.
 class WakeObservation {
   public:
     virtual ~WakeObservation() = default;

@@ -1,10 +1,9 @@
 #include "storage/metrics_storage.h"
 
-#include <time.h>
-
 #include "config/setting_limits.h"
 #include "logging/logger.h"
 #include "platform/file_system.h"
+#include "platform/time_zone.h"
 #include "records/constants.h"
 #include "records/formatters.h"
 #include "records/record_json.h"
@@ -61,7 +60,6 @@ tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const 
 template <class Record, class UploadEnabled>
 tl::expected<void, StorageError> MetricsStorage::writeRecord(const Record& record,
                                                              UploadEnabled uploadEnabled) {
-    if (auto ready = ensureDirectoriesExist(); !ready) return ready;
     std::string line;
     line.reserve(8192);
     if (auto encoded = appendJson(line, record); !encoded) {
@@ -110,8 +108,8 @@ tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
 }
 
 MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
-    // Read the zone afresh, so a change of zone shows in the next name.
-    ::tzset();
+    // The zone afresh, so a change of zone shows in the next name.
+    reloadTimeZoneIfChanged();
     const Date now = clock_.now();
     const std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
                                                                  : Formatters::dailyRotation(now);
@@ -130,6 +128,9 @@ tl::expected<void, StorageError> MetricsStorage::appendToCurrentFile(std::string
         // A stale handle costs one retry on a fresh one, not the sample.
         cachedFileHandle_.reset();
     }
+    // A handle on the file at its name proves the folders are there; only a file to be opened
+    // needs them looked at (and made again where someone removed them).
+    if (auto ready = ensureDirectoriesExist(); !ready) return ready;
     auto opened = AppendFile::open(url);
     if (!opened) return tl::unexpected(StorageError::fileSystem(opened.error(), url));
     if (auto written = opened->append(line); !written) {

@@ -42,8 +42,11 @@ struct FakeProcesses : ProcessSource, Scripted<ProcessTable> {
 struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, double>> {
     std::vector<std::vector<int32_t>> candidates;
     tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
-        const std::vector<int32_t>& pids) override {
-        candidates.push_back(pids);
+        const std::vector<MemoryCandidate>& given) override {
+        std::vector<int32_t> pids;
+        for (const MemoryCandidate& candidate : given)
+            pids.push_back(candidate.pid);
+        candidates.push_back(std::move(pids));
         return next();
     }
 };

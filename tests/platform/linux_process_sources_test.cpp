@@ -136,28 +136,35 @@ TEST(LinuxProcessDiskSource, CountersOfProcessesWithIoNamedFromTheSharedCache) {
               ReadError::notFound);
 }
 
+// A candidate as the sample's listing read it: start time and resident size in pages.
+MemoryCandidate candidate(int32_t pid, int startTicks, int residentPages) {
+    return {pid, seconds(startTicks), static_cast<uint64_t>(residentPages) * sysconf(_SC_PAGESIZE)};
+}
+
 TEST(LinuxProcessMemorySource, RereadsProportionalSizeOnlyWhenResidentSizeMovedOrAged) {
     FakeProc proc;
     proc.dir.write("10/smaps_rollup", "Rss: 1024 kB\nPss: 512 kB\n");
     testing::VirtualClock clock;
     LinuxProcessMemorySource memory(clock, proc.dir.path());
 
-    EXPECT_EQ(memory.refinedMemoryMB({10, 12, 99}).value(),
-              (std::unordered_map<int32_t, double>{{10, 0.5}}));
+    // 12 has no figure to give and 99 ended after the listing: both are left out.
+    EXPECT_EQ(
+        memory
+            .refinedMemoryMB({candidate(10, 90000, 256), candidate(12, 1, 9), candidate(99, 1, 9)})
+            .value(),
+        (std::unordered_map<int32_t, double>{{10, 0.5}}));
     proc.dir.write("10/smaps_rollup", "Pss: 1024 kB\n");
-    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 90000, 260));  // within 5%
-    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 0.5);
-    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 90000, 300));
-    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 1.0);
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 90000, 260)}).value().at(10), 0.5);  // < 5%
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 90000, 300)}).value().at(10), 1.0);
     proc.dir.write("10/smaps_rollup", "Pss: 2048 kB\n");
     clock.advance(seconds(61));
-    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 2.0);
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 90000, 300)}).value().at(10), 2.0);
     proc.dir.write("10/smaps_rollup", "Pss: 4096 kB\n");
-    proc.dir.write("10/stat", statLine(10, "bash", 1, 150, 50, 95000, 300));  // a reused pid
-    EXPECT_EQ(memory.refinedMemoryMB({10}).value().at(10), 4.0);
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 95000, 300)}).value().at(10),
+              4.0);  // a reused pid
 
-    // Not one figure readable: the reason is reported.
-    EXPECT_EQ(memory.refinedMemoryMB({11}).error(), ReadError::notFound);
+    // Not one figure readable from a process that is there: the reason is reported.
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(11, 1, 9)}).error(), ReadError::notFound);
 }
 
 TEST(LinuxProcessMemorySource, PageWalkingStaysWithinItsBudget) {
@@ -165,23 +172,21 @@ TEST(LinuxProcessMemorySource, PageWalkingStaysWithinItsBudget) {
     testing::VirtualClock clock;
     LinuxProcessMemorySource memory(clock, proc.dir.path());
     const int big = 200000, bigger = 100000;  // resident pages; the budget starts at 262144
-    proc.dir.write("20/stat", statLine(20, "browser", 1, 0, 0, 500, big));
     proc.dir.write("20/smaps_rollup", "Pss: 2048 kB\n");
-    proc.dir.write("21/stat", statLine(21, "ide", 1, 0, 0, 600, bigger));
     proc.dir.write("21/smaps_rollup", "Pss: 1024 kB\n");
 
     // The first process spends most of the budget; the second waits, without a figure.
-    EXPECT_EQ(memory.refinedMemoryMB({20, 21}).value(),
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(20, 500, big), candidate(21, 600, bigger)}).value(),
               (std::unordered_map<int32_t, double>{{20, 2.0}}));
     // Five seconds add 40960 pages: enough for the second, not for a changed first one, which
     // keeps its last figure meanwhile.
     clock.advance(seconds(5));
-    proc.dir.write("20/stat", statLine(20, "browser", 1, 0, 0, 500, big * 2));
     proc.dir.write("20/smaps_rollup", "Pss: 4096 kB\n");
-    EXPECT_EQ(memory.refinedMemoryMB({21, 20}).value(),
-              (std::unordered_map<int32_t, double>{{20, 2.0}, {21, 1.0}}));
+    EXPECT_EQ(
+        memory.refinedMemoryMB({candidate(21, 600, bigger), candidate(20, 500, big * 2)}).value(),
+        (std::unordered_map<int32_t, double>{{20, 2.0}, {21, 1.0}}));
     clock.advance(seconds(60));
-    EXPECT_EQ(memory.refinedMemoryMB({20}).value().at(20), 4.0);
+    EXPECT_EQ(memory.refinedMemoryMB({candidate(20, 500, big * 2)}).value().at(20), 4.0);
 }
 
 // The real kernel: this test process is listed with its parent, its name and its user.

@@ -247,7 +247,7 @@ TEST(LinuxGpuSource, ReadsDrmCardsAndNamesThemWithoutADatabase) {
     EXPECT_TRUE(none->empty());
 }
 
-TEST(LinuxSystemInfoSource, ReadsModelCoresAndNamesOnceFromTheTrees) {
+TEST(LinuxSystemInfoSource, ReadsModelAndCoresOnceAndTheNameAgainWhenItsFileChanges) {
     testing::TempDir proc, sys, etc;
     proc.write("cpuinfo", fixture("proc_cpuinfo_vm_epyc.txt"));
     sys.write("class/dmi/id/product_name", "System Product Name\n");
@@ -262,6 +262,17 @@ TEST(LinuxSystemInfoSource, ReadsModelCoresAndNamesOnceFromTheTrees) {
     EXPECT_EQ(hybrid.efficiencyCores(), 8);
     EXPECT_EQ(hybrid.hostName(), "Build Box");
     EXPECT_TRUE(hybrid.osVersion());
+    char name[256] = {};
+    gethostname(name, sizeof(name) - 1);
+    // The file is read once until it changes: replaced by a rename, written in place, removed.
+    etc.write("machine-info.new", "PRETTY_HOSTNAME=\"Lab Box\"\n");
+    fs::rename(etc.path() / "machine-info.new", etc.path() / "machine-info");
+    EXPECT_EQ(hybrid.hostName(), "Lab Box");
+    EXPECT_EQ(hybrid.hostName(), "Lab Box");
+    etc.write("machine-info", "PRETTY_HOSTNAME=Lab\n");
+    EXPECT_EQ(hybrid.hostName(), "Lab");
+    fs::remove(etc.path() / "machine-info");
+    EXPECT_EQ(hybrid.hostName(), name);
 
     testing::TempDir arm;
     arm.write("firmware/devicetree/base/model", std::string("Raspberry Pi 5", 14) + '\0');
@@ -275,8 +286,6 @@ TEST(LinuxSystemInfoSource, ReadsModelCoresAndNamesOnceFromTheTrees) {
     EXPECT_FALSE(board.cpuBrand());
     EXPECT_EQ(board.performanceCores(), 1);
     EXPECT_EQ(board.efficiencyCores(), 3);
-    char name[256] = {};
-    gethostname(name, sizeof(name) - 1);
     EXPECT_EQ(board.hostName(), name);
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/process_memory.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -9,10 +11,12 @@
 namespace ostrel {
 
 LinuxProcessMemorySource::LinuxProcessMemorySource(const Clock& clock, std::string procRoot)
-    : clock_(clock), procRoot_(std::move(procRoot)) {}
+    : clock_(clock),
+      procRoot_(std::move(procRoot)),
+      pageSize_(static_cast<double>(::sysconf(_SC_PAGESIZE))) {}
 
 tl::expected<std::unordered_map<int32_t, double>, ReadError>
-LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates) {
+LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& candidates) {
     auto proc = procfs::openDirectory(procRoot_.c_str());
     if (!proc) return tl::unexpected(proc.error());
     const Duration now = clock_.monotonic();
@@ -29,19 +33,19 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates
     std::unordered_map<int32_t, Figure> figures;
     std::optional<ReadError> firstFailure;
     char buffer[4096];
-    for (const int32_t pid : candidates) {
-        const auto statText =
-            procfs::readFileAt(proc->get(), procfs::PidPath(pid, "stat").c_str(), buffer);
-        const auto stat = statText ? procfs::parseProcStat(*statText) : std::nullopt;
-        if (!stat) continue;  // gone
+    // The listing has just read each candidate's start time and resident size: they are not
+    // read again here.
+    for (const MemoryCandidate& candidate : candidates) {
+        const int32_t pid = candidate.pid;
         const auto known = previous.find(pid);
         const bool sameProcess =
-            known != previous.end() && known->second.startTicks == stat->startTime;
-        const bool current = sameProcess && now - known->second.readAt < kMaxAge &&
-                             std::abs(static_cast<double>(stat->rssPages) -
-                                      static_cast<double>(known->second.residentPages)) <=
-                                 kResidentChange * static_cast<double>(known->second.residentPages);
-        const auto cost = static_cast<double>(stat->rssPages);
+            known != previous.end() && known->second.startTime == candidate.startTime;
+        const auto resident = static_cast<double>(candidate.residentBytes);
+        const bool current =
+            sameProcess && now - known->second.readAt < kMaxAge &&
+            std::abs(resident - static_cast<double>(known->second.residentBytes)) <=
+                kResidentChange * static_cast<double>(known->second.residentBytes);
+        const double cost = resident / pageSize_;
         // A process larger than the whole budget is read when the budget is full, and the
         // debt is paid off before the next read.
         if (current || (cost > budget && budget < kMaxBudgetPages)) {
@@ -53,8 +57,11 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<int32_t>& candidates
             procfs::readFileAt(proc->get(), procfs::PidPath(pid, "smaps_rollup").c_str(), buffer);
         const auto kib = text ? procfs::parsePssKiB(*text) : std::nullopt;
         if (kib) {
-            figures.emplace(pid, Figure{stat->startTime, stat->rssPages,
+            figures.emplace(pid, Figure{candidate.startTime, candidate.residentBytes,
                                         static_cast<double>(*kib) / 1024.0, now});
+        } else if (!text && text.error() == ReadError::notFound &&
+                   ::faccessat(proc->get(), procfs::PidPath(pid, {}).c_str(), F_OK, 0) != 0) {
+            continue;  // ended since the listing
         } else if (!firstFailure) {
             firstFailure = text ? ReadError::parse : text.error();
         }

@@ -26,17 +26,18 @@ class LinuxProcessMemorySource final : public ProcessMemorySource {
 
     explicit LinuxProcessMemorySource(const Clock& clock, std::string procRoot = "/proc");
     tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
-        const std::vector<int32_t>& candidates) override;
+        const std::vector<MemoryCandidate>& candidates) override;
 
   private:
     struct Figure {
-        uint64_t startTicks = 0;
-        uint64_t residentPages = 0;
+        std::optional<Duration> startTime;
+        uint64_t residentBytes = 0;
         double megabytes = 0;
         Duration readAt{};
     };
     const Clock& clock_;
     std::string procRoot_;
+    const double pageSize_;
     // Used from the refinement queue only; the lock guards against a second caller.
     std::mutex figuresLock_;
     std::unordered_map<int32_t, Figure> figures_;

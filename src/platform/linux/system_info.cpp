@@ -160,7 +160,7 @@ bool isPlaceholderModel(std::string_view name) {
 
 LinuxSystemInfoSource::LinuxSystemInfoSource(const std::string& procRoot,
                                              const std::string& sysRoot, const std::string& etcRoot)
-    : machineInfoPath_(etcRoot + "/machine-info") {
+    : machineInfoPath_(etcRoot + "/machine-info"), machineInfoWatch_(machineInfoPath_) {
     utsname names;
     if (::uname(&names) == 0) osVersion_ = parseKernelRelease(names.release);
     hardwareModel_ = readModel(sysRoot);
@@ -176,10 +176,17 @@ LinuxSystemInfoSource::LinuxSystemInfoSource(const std::string& procRoot,
 }
 
 std::string LinuxSystemInfoSource::hostName() {
-    // The pretty name is the one people gave the machine; the kernel's name otherwise.
-    std::array<char, 1024> buffer;
-    if (const auto text = procfs::readFileAt(AT_FDCWD, machineInfoPath_.c_str(), buffer)) {
-        if (auto pretty = parsePrettyHostname(*text)) return *pretty;
+    // The pretty name is the one people gave the machine; the kernel's name otherwise. The file
+    // is read again only when it may have changed.
+    if (machineInfoWatch_.mayHaveChanged()) {
+        std::array<char, 1024> buffer;
+        const auto text = procfs::readFileAt(AT_FDCWD, machineInfoPath_.c_str(), buffer);
+        std::lock_guard guard(prettyNameLock_);
+        prettyName_ = text ? parsePrettyHostname(*text) : std::nullopt;
+    }
+    {
+        std::lock_guard guard(prettyNameLock_);
+        if (prettyName_) return *prettyName_;
     }
     std::array<char, 256> name{};
     if (::gethostname(name.data(), name.size() - 1) != 0) return "localhost";

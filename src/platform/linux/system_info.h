@@ -2,11 +2,13 @@
 
 #include <sys/types.h>
 
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/file_change_watch.h"
 #include "platform/system_info_source.h"
 
 namespace ostrel {
@@ -55,6 +57,9 @@ class LinuxSystemInfoSource final : public SystemInfoSource {
 
   private:
     const std::string machineInfoPath_;
+    FileChangeWatch machineInfoWatch_;
+    std::mutex prettyNameLock_;
+    std::optional<std::string> prettyName_;
     std::optional<OsVersion> osVersion_;
     std::optional<std::string> hardwareModel_;
     std::optional<std::string> cpuBrand_;

@@ -83,31 +83,29 @@ class LogindWakeObservation final : public WakeObservation {
     std::thread thread_;
 };
 
+// The check runs on the main queue, where the wake is told anyway: it needs no thread of its
+// own, and its leeway lets it share the wake-ups that the main queue has for other work.
 class ClockGapWakeObservation final : public WakeObservation {
   public:
-    ClockGapWakeObservation(Dispatcher& dispatcher, Task onWake)
-        : queue_(dispatcher.makeSerialQueue("com.ostrel.agent.wake")) {
+    ClockGapWakeObservation(Dispatcher& dispatcher, Task onWake) {
         gap_.sleptSinceLastReading(readClock(CLOCK_BOOTTIME), readClock(CLOCK_MONOTONIC));
         timer_ =
-            dispatcher.makeTimer(*queue_,
+            dispatcher.makeTimer(dispatcher.mainQueue(),
                                  {.firstDeadline = kGapCheckPeriod,
                                   .period = kGapCheckPeriod,
                                   .leeway = std::chrono::seconds(1)},
-                                 [this, &dispatcher, onWake = std::move(onWake)] {
+                                 [this, onWake = std::move(onWake)] {
                                      if (gap_.sleptSinceLastReading(readClock(CLOCK_BOOTTIME),
                                                                     readClock(CLOCK_MONOTONIC))) {
-                                         dispatcher.mainQueue().async(onWake);
+                                         onWake();
                                      }
                                  });
     }
 
-    ~ClockGapWakeObservation() override {
-        timer_->cancel();  // no firing is posted after this
-        queue_.reset();    // waits for a check under way
-    }
+    // Released on the main queue, where the check runs: cancelling stops every later firing.
+    ~ClockGapWakeObservation() override { timer_->cancel(); }
 
   private:
-    std::shared_ptr<SerialQueue> queue_;
     SuspendGap gap_;
     std::unique_ptr<Timer> timer_;
 };
