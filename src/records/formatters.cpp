@@ -1,7 +1,5 @@
 #include "records/formatters.h"
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <ctime>
 
@@ -39,16 +37,65 @@ Fields fieldsOf(Date date, bool local) {
             tm.tm_min,         tm.tm_sec,     fraction,   local ? tm.tm_gmtoff : 0};
 }
 
-std::string zoneSuffix(long offsetSeconds) {
-    if (offsetSeconds == 0) return "Z";
-    const char sign = offsetSeconds < 0 ? '-' : '+';
-    const long magnitude = std::labs(offsetSeconds) / 60;
-    return fmt::format("{}{:02}:{:02}", sign, magnitude / 60, magnitude % 60);
+// Appends `value` as at least `width` digits, zero-padded: fmt's "{:0N}" without its format
+// parser, which costs more than the rest of a sample's time stamp together.
+void appendPadded(std::string& text, long value, int width) {
+    if (value < 0) {
+        text += '-';
+        value = -value;
+        --width;
+    }
+    char digits[24];
+    int count = 0;
+    do {
+        digits[count++] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value > 0);
+    for (int i = count; i < width; ++i)
+        text += '0';
+    while (count > 0)
+        text += digits[--count];
 }
 
-std::string dateTime(const Fields& f) {
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", f.year, f.month, f.day, f.hour,
-                       f.minute, f.second);
+void appendZoneSuffix(std::string& text, long offsetSeconds) {
+    if (offsetSeconds == 0) {
+        text += 'Z';
+        return;
+    }
+    text += offsetSeconds < 0 ? '-' : '+';
+    const long magnitude = std::labs(offsetSeconds) / 60;
+    appendPadded(text, magnitude / 60, 2);
+    text += ':';
+    appendPadded(text, magnitude % 60, 2);
+}
+
+// "yyyy-MM-dd", then "-HH" or "THH:mm:ss" where asked.
+enum class Until { day, hour, second };
+
+std::string dateText(const Fields& f, Until until, char hourSeparator = 'T') {
+    std::string text;
+    text.reserve(32);
+    appendPadded(text, f.year, 4);
+    text += '-';
+    appendPadded(text, f.month, 2);
+    text += '-';
+    appendPadded(text, f.day, 2);
+    if (until == Until::day) return text;
+    text += hourSeparator;
+    appendPadded(text, f.hour, 2);
+    if (until == Until::hour) return text;
+    text += ':';
+    appendPadded(text, f.minute, 2);
+    text += ':';
+    appendPadded(text, f.second, 2);
+    return text;
+}
+
+std::string dateTimeWithMilliseconds(const Fields& f) {
+    std::string text = dateText(f, Until::second);
+    text += '.';
+    appendPadded(text, f.millisecond, 3);
+    return text;
 }
 
 // Days since 1970-01-01 of a proleptic Gregorian date (Howard Hinnant's days_from_civil).
@@ -142,16 +189,17 @@ namespace Formatters {
 
 std::string localIso8601WithOffset(Date date) {
     const Fields f = fieldsOf(date, true);
-    return fmt::format("{}.{:03}{}", dateTime(f), f.millisecond, zoneSuffix(f.offsetSeconds));
+    std::string text = dateTimeWithMilliseconds(f);
+    appendZoneSuffix(text, f.offsetSeconds);
+    return text;
 }
 
 std::string iso8601WithFractionalSeconds(Date date) {
-    const Fields f = fieldsOf(date, false);
-    return fmt::format("{}.{:03}Z", dateTime(f), f.millisecond);
+    return dateTimeWithMilliseconds(fieldsOf(date, false)) + 'Z';
 }
 
 std::string iso8601(Date date) {
-    return dateTime(fieldsOf(date, false)) + "Z";
+    return dateText(fieldsOf(date, false), Until::second) + 'Z';
 }
 
 std::optional<Date> parseIso8601WithFractionalSeconds(std::string_view text) {
@@ -163,18 +211,15 @@ std::optional<Date> parseIso8601(std::string_view text) {
 }
 
 std::string dailyRotation(Date date) {
-    const Fields f = fieldsOf(date, true);
-    return fmt::format("{:04}-{:02}-{:02}", f.year, f.month, f.day);
+    return dateText(fieldsOf(date, true), Until::day);
 }
 
 std::string hourlyRotation(Date date) {
-    const Fields f = fieldsOf(date, true);
-    return fmt::format("{:04}-{:02}-{:02}-{:02}", f.year, f.month, f.day, f.hour);
+    return dateText(fieldsOf(date, true), Until::hour, '-');
 }
 
 std::string logStamp(Date date) {
-    const Fields f = fieldsOf(date, true);
-    return fmt::format("{}.{:03}", dateTime(f), f.millisecond);
+    return dateTimeWithMilliseconds(fieldsOf(date, true));
 }
 
 }  // namespace Formatters

@@ -107,19 +107,23 @@ tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
     return writeRecord(event, [this] { return configCopy().uploadEnabled; });
 }
 
-MetricsStorage::Path MetricsStorage::currentMetricsFileURL() {
+const MetricsStorage::Path& MetricsStorage::currentMetricsFileURL() {
     // The zone afresh, so a change of zone shows in the next name.
     reloadTimeZoneIfChanged();
     const Date now = clock_.now();
-    const std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
-                                                                 : Formatters::dailyRotation(now);
-    currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
+    std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
+                                                           : Formatters::dailyRotation(now);
+    // The same stamp names the same file: the path is built once per file, not per line.
+    if (!currentMetricsFile_ || stamp != currentStamp_) {
+        currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
+        currentStamp_ = std::move(stamp);
+    }
     return *currentMetricsFile_;
 }
 
 tl::expected<void, StorageError> MetricsStorage::appendToCurrentFile(std::string_view line) {
     std::lock_guard lock(fileHandleLock_);
-    const Path url = currentMetricsFileURL();
+    const Path& url = currentMetricsFileURL();
     // A handle on another file (rotation, or the file deleted or replaced from outside) is
     // let go; the file at the current name is opened, or made, below.
     if (cachedFileHandle_ && !cachedFileHandle_->isFileAt(url)) cachedFileHandle_.reset();

@@ -132,7 +132,7 @@ class MetricsStorage {
     // `uploadEnabled()` says so, to the queue.
     template <class Record, class UploadEnabled>
     tl::expected<void, StorageError> writeRecord(const Record& record, UploadEnabled uploadEnabled);
-    Path currentMetricsFileURL();  // caller holds fileHandleLock_
+    const Path& currentMetricsFileURL();  // caller holds fileHandleLock_
     tl::expected<void, StorageError> appendToCurrentFile(std::string_view line);
     tl::expected<void, StorageError> copyToUploadQueue(std::string_view line);
     Path rejectedDirectory() const;
@@ -172,6 +172,7 @@ class MetricsStorage {
     mutable std::mutex fileHandleLock_;
     MonitorConfig config_;
     std::optional<Path> currentMetricsFile_;
+    std::string currentStamp_;  // the rotation stamp that currentMetricsFile_ was named from
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
     std::optional<QueueLedgers> queueLedgers_;
