@@ -12,6 +12,17 @@ Duration secondsOf(double seconds) {
     return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
 }
 
+// The processes a candidate list names, sizes and order aside.
+std::vector<std::pair<int32_t, std::optional<Duration>>> processesOf(
+    const std::vector<MemoryCandidate>& candidates) {
+    std::vector<std::pair<int32_t, std::optional<Duration>>> processes;
+    processes.reserve(candidates.size());
+    for (const MemoryCandidate& candidate : candidates)
+        processes.emplace_back(candidate.pid, candidate.startTime);
+    std::sort(processes.begin(), processes.end());
+    return processes;
+}
+
 }  // namespace
 
 std::vector<MemoryCandidate> largestByResidentSize(const std::vector<ProcessReading>& readings,
@@ -54,13 +65,17 @@ std::unordered_map<int32_t, double> ProcessMemoryRefresher::figures() {
 
 void ProcessMemoryRefresher::setCandidates(std::vector<MemoryCandidate> candidates) {
     const Duration now = dispatcher_.clock().monotonic();
+    // The same processes with no figure to read again would give the same figures: the queue
+    // stays asleep.
+    const bool anyRead = sources_.memory->needsRead(candidates);
+    auto processes = processesOf(candidates);
     {
         std::lock_guard guard(candidatesLock_);
         candidates_ = std::move(candidates);
         // Samples come at the collection interval, a refinement at most once per interval.
         // The 100 ms of slack keep a timer that fires a little early from skipping a round.
         const bool due = !lastStart_ || now - *lastStart_ >= interval_ - kSlack;
-        if (refreshing_ || !due) return;
+        if (refreshing_ || !due || (!anyRead && processes == refinedProcesses_)) return;
         refreshing_ = true;
         lastStart_ = now;
     }
@@ -74,6 +89,7 @@ void ProcessMemoryRefresher::refresh() {
     {
         std::lock_guard guard(candidatesLock_);
         candidates = candidates_;
+        refinedProcesses_ = processesOf(candidates);
     }
     auto refined = sources_.memory->refinedMemoryMB(candidates);
     health_.note(refined);

@@ -21,8 +21,9 @@ std::vector<MemoryCandidate> largestByResidentSize(const std::vector<ProcessRead
 
 // Refined memory figures of the largest processes, read on a serial queue of its own, off the
 // sampling path. A sample that lists the processes hands over its largest ones, which starts a
-// refinement when the last one is at least an interval old; no sample, no refinement, so with
-// processes not collected nothing runs at all. Queued tasks hold the refresher weakly, so they
+// refinement when the last one is at least an interval old and the figures could change (other
+// processes, or one the source would read again); no sample, no refinement, so with processes
+// not collected nothing runs at all. Queued tasks hold the refresher weakly, so they
 // end without a word once its owner is gone.
 class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemoryRefresher> {
   public:
@@ -57,6 +58,8 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
     std::vector<MemoryCandidate> candidates_;
     Duration interval_;
     std::optional<Duration> lastStart_;  // monotonic
+    // Those of the last refinement, sorted.
+    std::vector<std::pair<int32_t, std::optional<Duration>>> refinedProcesses_;
     bool refreshing_ = false;
 };
 

@@ -52,7 +52,7 @@ PerformanceMonitor::PerformanceMonitor(MonitorDependencies dependencies)
       observeWake_(std::move(dependencies.observeWake)),
       makePathMonitor_(std::move(dependencies.makePathMonitor)),
       powerSources_(std::move(dependencies.powerSources)),
-      collectionQueue_(dispatcher_.makeSerialQueue("com.ostrel.collection")) {
+      collectionQueue_(dispatcher_.makeQueueSharingMainWhenHeadless("com.ostrel.collection")) {
     required(core_->collector.get(), "a collector");
     required(core_->storage.get(), "a store");
     required(preferences_.get(), "a preferences store");

@@ -42,6 +42,12 @@ class Dispatcher {
     // The queue of published state and of the user interface.
     virtual SerialQueue& mainQueue() = 0;
     virtual std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) = 0;
+    // A serial queue for work that must not hold up a user interface and ends on the main
+    // queue. Where no user interface serves the main queue (a headless agent) its tasks run on
+    // the main loop's thread, so that handing the result over wakes no other thread.
+    virtual std::shared_ptr<SerialQueue> makeQueueSharingMainWhenHeadless(std::string label) {
+        return makeSerialQueue(std::move(label));
+    }
     // The handler fires on `queue`, which must outlive the timer.
     virtual std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                              Task handler) = 0;
@@ -55,7 +61,8 @@ class Dispatcher {
 namespace ostrel {
 
 // The program's dispatcher: a thread per serial queue, which also fires that queue's timers, and
-// a main queue that runMainLoop() serves on the thread that calls it, timers included. A GUI
+// a main queue that runMainLoop() serves on the thread that calls it, timers included, together
+// with the queues that share it. A GUI
 // passes a main queue of its own, served by its event loop; runMainLoop is then not used, and a
 // timer thread posts the firings of that queue's timers to it.
 class MainLoopDispatcher : public Dispatcher {

@@ -66,6 +66,9 @@ class ProcessMemorySource {
     // cannot read are left out of the map.
     virtual tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
         const std::vector<MemoryCandidate>& candidates) = 0;
+    // Whether refinedMemoryMB would read anything for these candidates now, so that a caller
+    // can leave a queue asleep; a source that cannot tell says yes.
+    virtual bool needsRead(const std::vector<MemoryCandidate>& /*candidates*/) { return true; }
 };
 
 // Cumulative bytes one process has read from and written to storage.

@@ -41,6 +41,8 @@ struct FakeProcesses : ProcessSource, Scripted<ProcessTable> {
 };
 struct FakeMemory : ProcessMemorySource, Scripted<std::unordered_map<int32_t, double>> {
     std::vector<std::vector<int32_t>> candidates;
+    bool anyToRead = true;
+    bool needsRead(const std::vector<MemoryCandidate>&) override { return anyToRead; }
     tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
         const std::vector<MemoryCandidate>& given) override {
         std::vector<int32_t> pids;
@@ -212,6 +214,20 @@ TEST(ProcessMemoryRefinement, SamplesHandOverTheirLargestAndRefineAtMostOncePerI
     collector->collect();
     f.dispatcher.runUntilIdle();
     EXPECT_EQ(f.memory->candidates.size(), 2u);
+
+    // Nothing to read again for the same processes: no refinement, the figures stand. Another
+    // process among the largest is refined although no figure needs reading.
+    f.memory->anyToRead = false;
+    f.dispatcher.advance(seconds(1));
+    EXPECT_EQ(collector->collect().topMemory->front().memoryMB, 321.0);
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 2u);
+    f.list({measured(2, "big", 0, 500), measured(5, "new", 0, 50)});
+    f.dispatcher.advance(seconds(1));
+    collector->collect();
+    f.dispatcher.runUntilIdle();
+    EXPECT_EQ(f.memory->candidates.size(), 3u);
+    f.memory->anyToRead = true;
 
     // A failed refinement empties the cache: resident sizes again.
     f.memory->answers = {tl::unexpected(ReadError::permission)};

@@ -154,7 +154,9 @@ TEST(LinuxProcessMemorySource, RereadsProportionalSizeOnlyWhenResidentSizeMovedO
             .value(),
         (std::unordered_map<int32_t, double>{{10, 0.5}}));
     proc.dir.write("10/smaps_rollup", "Pss: 1024 kB\n");
+    EXPECT_FALSE(memory.needsRead({candidate(10, 90000, 260), candidate(12, 1, 9)}));
     EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 90000, 260)}).value().at(10), 0.5);  // < 5%
+    EXPECT_TRUE(memory.needsRead({candidate(10, 90000, 300)}));
     EXPECT_EQ(memory.refinedMemoryMB({candidate(10, 90000, 300)}).value().at(10), 1.0);
     proc.dir.write("10/smaps_rollup", "Pss: 2048 kB\n");
     clock.advance(seconds(61));

@@ -15,6 +15,45 @@ LinuxProcessMemorySource::LinuxProcessMemorySource(const Clock& clock, std::stri
       procRoot_(std::move(procRoot)),
       pageSize_(static_cast<double>(::sysconf(_SC_PAGESIZE))) {}
 
+LinuxProcessMemorySource::Step LinuxProcessMemorySource::stepFor(const MemoryCandidate& candidate,
+                                                                 const Figure* known,
+                                                                 double pageSize, double& budget,
+                                                                 Duration now) {
+    const auto resident = static_cast<double>(candidate.residentBytes);
+    const bool fresh = known && now - known->readAt < kMaxAge;
+    const bool current = fresh && (known->refusal ||
+                                   std::abs(resident - static_cast<double>(known->residentBytes)) <=
+                                       kResidentChange * static_cast<double>(known->residentBytes));
+    const double cost = resident / pageSize;
+    // A process larger than the whole budget is read when the budget is full, and the debt is
+    // paid off before the next read.
+    if (current) return Step::keep;
+    if (cost > budget && budget < kMaxBudgetPages) return Step::wait;
+    budget -= cost;
+    return Step::read;
+}
+
+double LinuxProcessMemorySource::budgetAt(Duration now) const {
+    const double elapsed = budgetAt_ ? std::chrono::duration<double>(now - *budgetAt_).count() : 0;
+    return std::min(kMaxBudgetPages, budgetPages_ + elapsed * kPagesPerSecond);
+}
+
+bool LinuxProcessMemorySource::needsRead(const std::vector<MemoryCandidate>& candidates) {
+    const Duration now = clock_.monotonic();
+    std::lock_guard guard(figuresLock_);
+    double budget = budgetAt(now);
+    for (const MemoryCandidate& candidate : candidates) {
+        const auto known = figures_.find(candidate.pid);
+        const bool sameProcess =
+            known != figures_.end() && known->second.startTime == candidate.startTime;
+        if (stepFor(candidate, sameProcess ? &known->second : nullptr, pageSize_, budget, now) ==
+            Step::read) {
+            return true;
+        }
+    }
+    return false;
+}
+
 tl::expected<std::unordered_map<int32_t, double>, ReadError>
 LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& candidates) {
     auto proc = procfs::openDirectory(procRoot_.c_str());
@@ -25,9 +64,7 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& ca
     {
         std::lock_guard guard(figuresLock_);
         previous = figures_;
-        const double elapsed =
-            budgetAt_ ? std::chrono::duration<double>(now - *budgetAt_).count() : 0;
-        budget = std::min(kMaxBudgetPages, budgetPages_ + elapsed * kPagesPerSecond);
+        budget = budgetAt(now);
     }
 
     std::unordered_map<int32_t, Figure> figures;
@@ -37,22 +74,18 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& ca
     // read again here.
     for (const MemoryCandidate& candidate : candidates) {
         const int32_t pid = candidate.pid;
-        const auto known = previous.find(pid);
-        const bool sameProcess =
-            known != previous.end() && known->second.startTime == candidate.startTime;
-        const auto resident = static_cast<double>(candidate.residentBytes);
-        const bool current =
-            sameProcess && now - known->second.readAt < kMaxAge &&
-            std::abs(resident - static_cast<double>(known->second.residentBytes)) <=
-                kResidentChange * static_cast<double>(known->second.residentBytes);
-        const double cost = resident / pageSize_;
-        // A process larger than the whole budget is read when the budget is full, and the
-        // debt is paid off before the next read.
-        if (current || (cost > budget && budget < kMaxBudgetPages)) {
-            if (sameProcess) figures.emplace(pid, known->second);
+        const auto found = previous.find(pid);
+        const Figure* known =
+            found != previous.end() && found->second.startTime == candidate.startTime
+                ? &found->second
+                : nullptr;
+        const Step step = stepFor(candidate, known, pageSize_, budget, now);
+        if (step != Step::read) {
+            if (known) figures.emplace(pid, *known);
+            if (step == Step::keep && known->refusal && !firstFailure)
+                firstFailure = known->refusal;
             continue;
         }
-        budget -= cost;
         const auto text =
             procfs::readFileAt(proc->get(), procfs::PidPath(pid, "smaps_rollup").c_str(), buffer);
         const auto kib = text ? procfs::parsePssKiB(*text) : std::nullopt;
@@ -62,13 +95,19 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& ca
         } else if (!text && text.error() == ReadError::notFound &&
                    ::faccessat(proc->get(), procfs::PidPath(pid, {}).c_str(), F_OK, 0) != 0) {
             continue;  // ended since the listing
-        } else if (!firstFailure) {
-            firstFailure = text ? ReadError::parse : text.error();
+        } else {
+            const ReadError refusal = text ? ReadError::parse : text.error();
+            figures.emplace(pid, Figure{.startTime = candidate.startTime,
+                                        .residentBytes = candidate.residentBytes,
+                                        .readAt = now,
+                                        .refusal = refusal});
+            if (!firstFailure) firstFailure = refusal;
         }
     }
     std::unordered_map<int32_t, double> memory;
-    for (const auto& [pid, figure] : figures)
-        memory.emplace(pid, figure.megabytes);
+    for (const auto& [pid, figure] : figures) {
+        if (!figure.refusal) memory.emplace(pid, figure.megabytes);
+    }
     {
         std::lock_guard guard(figuresLock_);
         figures_ = std::move(figures);

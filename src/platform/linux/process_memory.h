@@ -14,7 +14,9 @@ namespace ostrel {
 // tables (milliseconds for a large process), so a figure is read again only when the
 // process's resident size moved by more than kResidentChange since, or after kMaxAge, and
 // only while the walking budget lasts: it grows by kPagesPerSecond of resident pages and holds
-// at most kMaxBudgetPages. A process the budget cannot cover keeps its last figure, or none.
+// at most kMaxBudgetPages. A process the budget cannot cover keeps its last figure, or none. A
+// process whose file cannot be read is tried again after kMaxAge, and counts as a failure
+// meanwhile.
 class LinuxProcessMemorySource final : public ProcessMemorySource {
   public:
     static constexpr double kResidentChange = 0.05;
@@ -27,6 +29,7 @@ class LinuxProcessMemorySource final : public ProcessMemorySource {
     explicit LinuxProcessMemorySource(const Clock& clock, std::string procRoot = "/proc");
     tl::expected<std::unordered_map<int32_t, double>, ReadError> refinedMemoryMB(
         const std::vector<MemoryCandidate>& candidates) override;
+    bool needsRead(const std::vector<MemoryCandidate>& candidates) override;
 
   private:
     struct Figure {
@@ -34,7 +37,15 @@ class LinuxProcessMemorySource final : public ProcessMemorySource {
         uint64_t residentBytes = 0;
         double megabytes = 0;
         Duration readAt{};
+        std::optional<ReadError> refusal;  // the file could not be read
     };
+    enum class Step { keep, wait, read };
+    // What to do with one candidate, `known` its last figure of the same process; a read is
+    // charged to `budget`.
+    static Step stepFor(const MemoryCandidate& candidate, const Figure* known, double pageSize,
+                        double& budget, Duration now);
+    double budgetAt(Duration now) const;
+
     const Clock& clock_;
     std::string procRoot_;
     const double pageSize_;

@@ -142,7 +142,9 @@ class OwnQueue : public SerialQueue {
     void async(Task task) override { tasks_->push(std::move(task)); }
 
   protected:
-    std::shared_ptr<TaskList> tasks_ = std::make_shared<TaskList>();
+    explicit OwnQueue(std::shared_ptr<TaskList> tasks = std::make_shared<TaskList>())
+        : tasks_(std::move(tasks)) {}
+    std::shared_ptr<TaskList> tasks_;
 };
 
 class WorkerQueue final : public OwnQueue {
@@ -167,6 +169,10 @@ class WorkerQueue final : public OwnQueue {
 class LoopQueue final : public OwnQueue {
   public:
     const std::string& label() const override { return label_; }
+    // A queue of its own label whose tasks and timers this loop serves, in posting order.
+    std::shared_ptr<SerialQueue> sharing(std::string label) const {
+        return std::make_shared<SharingQueue>(tasks_, std::move(label));
+    }
     void run() {
         tasks_->runUntilStopped();
         tasks_->resume();  // a later run serves the queue again
@@ -174,6 +180,16 @@ class LoopQueue final : public OwnQueue {
     void quit() { tasks_->stop(); }
 
   private:
+    class SharingQueue final : public OwnQueue {
+      public:
+        SharingQueue(std::shared_ptr<TaskList> tasks, std::string label)
+            : OwnQueue(std::move(tasks)), label_(std::move(label)) {}
+        const std::string& label() const override { return label_; }
+
+      private:
+        std::string label_;
+    };
+
     std::string label_ = "main";
 };
 
@@ -257,6 +273,11 @@ class ThreadDispatcher final : public MainLoopDispatcher {
 
     std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) override {
         return std::make_shared<WorkerQueue>(std::move(label));
+    }
+
+    std::shared_ptr<SerialQueue> makeQueueSharingMainWhenHeadless(std::string label) override {
+        if (externalMain_) return makeSerialQueue(std::move(label));
+        return loopMain_.sharing(std::move(label));
     }
 
     std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
