@@ -243,13 +243,15 @@ void PerformanceMonitor::landSample(Core& core, SystemMetrics metrics,
                                     std::vector<WatchedProcessMetrics> watched,
                                     const MonitorConfig& config) {
     MetricsStorage& storage = *core.storage;
-    lastMetrics.set(metrics);
-    watchedMetrics.set(watched);
+    // Published first and then read back where they are kept: the sample is not copied.
+    lastMetrics.set(std::move(metrics));
+    watchedMetrics.set(std::move(watched));
     lastCollection.set(dispatcher_.clock().now());
-    saveMetricsToStorage(metrics, storage);
-    saveWatchedProcessEvents(watched, metrics, storage);
+    const SystemMetrics& sample = *lastMetrics.get();
+    saveMetricsToStorage(sample, storage);
+    saveWatchedProcessEvents(watchedMetrics.get(), sample, storage);
     if (config.alertsEnabled) {
-        const std::vector<AlertEvent> events = core.alertManager.checkAndAlert(metrics, config);
+        const std::vector<AlertEvent> events = core.alertManager.checkAndAlert(sample, config);
         // With events off the alerts stand as notified, and nothing is written.
         if (config.alertLogEvents) {
             for (const AlertEvent& event : events) {

@@ -57,25 +57,24 @@ tl::expected<void, StorageError> MetricsStorage::ensureDirectoriesExist() const 
     return ensureDirectory(logsDirectory_);
 }
 
-template <class Record, class UploadEnabled>
-tl::expected<void, StorageError> MetricsStorage::writeRecord(const Record& record,
-                                                             UploadEnabled uploadEnabled) {
-    std::string line;
-    line.reserve(8192);
+template <class Record>
+tl::expected<void, StorageError> MetricsStorage::writeRecord(const Record& record) {
+    // One buffer per writing thread, kept: a line costs no allocation.
+    thread_local std::string line;
+    line.clear();
     if (auto encoded = appendJson(line, record); !encoded) {
         return tl::unexpected(StorageError::encoding(encoded.error().message()));
     }
     line += '\n';
     if (auto appended = appendToCurrentFile(line); !appended) return appended;
     // The line is safe in the metric file; a queue that refuses it costs only its upload.
-    if (uploadEnabled()) (void)copyToUploadQueue(line);
+    if (setting(&MonitorConfig::uploadEnabled)) (void)copyToUploadQueue(line);
     return {};
 }
 
 tl::expected<void, StorageError> MetricsStorage::save(const SystemMetrics& metrics) {
-    const MonitorConfig config = configCopy();
-    if (!config.storageEnabled) return {};
-    if (auto written = writeRecord(metrics, [&] { return config.uploadEnabled; }); !written) {
+    if (!setting(&MonitorConfig::storageEnabled)) return {};
+    if (auto written = writeRecord(metrics); !written) {
         return written;
     }
     bool pruneDue = false;
@@ -91,20 +90,20 @@ tl::expected<void, StorageError> MetricsStorage::save(const SystemMetrics& metri
 }
 
 tl::expected<void, StorageError> MetricsStorage::saveAlertEvent(const AlertEvent& event) {
-    if (!configCopy().storageEnabled) return {};
-    return writeRecord(event, [this] { return configCopy().uploadEnabled; });
+    if (!setting(&MonitorConfig::storageEnabled)) return {};
+    return writeRecord(event);
 }
 
 tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
     const WatchedProcessMetrics& watched, const std::string& hostname) {
-    if (!configCopy().storageEnabled) return {};
+    if (!setting(&MonitorConfig::storageEnabled)) return {};
     const WatchedProcessEvent event{
         .eventType = kWatchedProcessEventType,
         .timestamp = Formatters::iso8601WithFractionalSeconds(clock_.now()),
         .hostname = hostname,
         .watched = watched,
     };
-    return writeRecord(event, [this] { return configCopy().uploadEnabled; });
+    return writeRecord(event);
 }
 
 const MetricsStorage::Path& MetricsStorage::currentMetricsFileURL() {

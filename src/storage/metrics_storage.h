@@ -128,10 +128,10 @@ class MetricsStorage {
     // Makes the folder with its parents unless something stands at the path already.
     static tl::expected<void, StorageError> ensureDirectory(const Path& folder);
     tl::expected<void, StorageError> ensureDirectoriesExist() const;
-    // Encodes the record to one line and appends it to the current file, then, if
-    // `uploadEnabled()` says so, to the queue.
-    template <class Record, class UploadEnabled>
-    tl::expected<void, StorageError> writeRecord(const Record& record, UploadEnabled uploadEnabled);
+    // Encodes the record to one line and appends it to the current file, then, with upload
+    // on, to the queue.
+    template <class Record>
+    tl::expected<void, StorageError> writeRecord(const Record& record);
     const Path& currentMetricsFileURL();  // caller holds fileHandleLock_
     tl::expected<void, StorageError> appendToCurrentFile(std::string_view line);
     tl::expected<void, StorageError> copyToUploadQueue(std::string_view line);
@@ -152,6 +152,12 @@ class MetricsStorage {
     std::error_code rollPendingFile(Path& target);
 
     MonitorConfig configCopy() const;
+    // One setting, without a copy of the others.
+    template <class Field>
+    Field setting(Field MonitorConfig::*field) const {
+        std::lock_guard lock(fileHandleLock_);
+        return config_.*field;
+    }
     std::optional<Path> currentFileCopy() const;
     void pruneIfNeeded();
     void pruneOldestFiles(double targetMB);

@@ -32,20 +32,6 @@ std::vector<uint64_t> socketInodesOf(int procfd, int32_t pid) {
     return inodes;
 }
 
-// The kernel's count of TCP sockets in use, both families, as text; nothing when unreadable.
-std::optional<std::string> socketCountOf(int procfd) {
-    std::string count;
-    for (const char* file : {"net/sockstat", "net/sockstat6"}) {
-        char buffer[1024];
-        const auto text = procfs::readFileAt(procfd, file, buffer);
-        if (!text) return std::nullopt;
-        const auto inUse = procfs::parseTcpSocketsInUse(*text);
-        if (!inUse) return std::nullopt;
-        count += std::to_string(*inUse) + ' ';
-    }
-    return count;
-}
-
 uint64_t saturatingSum(uint64_t a, uint64_t b) {
     uint64_t sum = 0;
     return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
@@ -56,14 +42,32 @@ uint64_t saturatingSum(uint64_t a, uint64_t b) {
 LinuxProcessNetworkSource::LinuxProcessNetworkSource(
     std::string procRoot, std::shared_ptr<procfs::ProcessNameCache> names, const Clock& clock,
     std::shared_ptr<sockdiag::SocketDiag> diag)
-    : root_(std::move(procRoot)), names_(std::move(names)), clock_(clock), diag_(std::move(diag)) {
+    : root_(procRoot),
+      sockstat_(procRoot + "/net/sockstat"),
+      sockstat6_(procRoot + "/net/sockstat6"),
+      names_(std::move(names)),
+      clock_(clock),
+      diag_(std::move(diag)) {
     if (!names_) names_ = std::make_shared<procfs::ProcessNameCache>();
     if (!diag_) diag_ = std::make_shared<sockdiag::KernelSocketDiag>();
 }
 
+std::optional<std::string> LinuxProcessNetworkSource::socketCount() {
+    std::string count;
+    for (KernelFile* file : {&sockstat_, &sockstat6_}) {
+        char buffer[1024];
+        const auto text = file->read(buffer);
+        if (!text) return std::nullopt;
+        const auto inUse = procfs::parseTcpSocketsInUse(*text);
+        if (!inUse) return std::nullopt;
+        count += std::to_string(*inUse) + ' ';
+    }
+    return count;
+}
+
 tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError>
-LinuxProcessNetworkSource::currentSockets(int procfd, Duration now) {
-    const auto socketCount = socketCountOf(procfd);
+LinuxProcessNetworkSource::currentSockets(Duration now) {
+    const auto socketCount = this->socketCount();
     Known known;
     {
         std::lock_guard guard(knownLock_);
@@ -92,7 +96,7 @@ LinuxProcessNetworkSource::readNetworkCounters(const std::vector<int32_t>& pids)
     if (!procfd) return tl::unexpected(procfd.error());
     const int proc = *procfd;
     const Duration now = clock_.monotonic();
-    auto sockets = currentSockets(proc, now);
+    auto sockets = currentSockets(now);
     if (!sockets) return tl::unexpected(sockets.error());
 
     std::vector<uint64_t> inodes;

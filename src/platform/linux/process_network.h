@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/linux/kernel_file.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/process_names.h"
 #include "platform/linux/socket_diag.h"
@@ -38,10 +39,13 @@ class LinuxProcessNetworkSource final : public ProcessNetworkSource {
         std::optional<std::string> socketCount;
         std::optional<Duration> listedAt;
     };
-    tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError> currentSockets(int procfd,
-                                                                                 Duration now);
+    tl::expected<std::vector<sockdiag::SocketTraffic>, ReadError> currentSockets(Duration now);
+    // The kernel's count of TCP sockets in use, both families, as text; none when unreadable.
+    std::optional<std::string> socketCount();
 
     procfs::KeptDirectory root_;
+    KernelFile sockstat_;
+    KernelFile sockstat6_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
     const Clock& clock_;
     std::shared_ptr<sockdiag::SocketDiag> diag_;

@@ -22,9 +22,9 @@ Duration fromTicks(uint64_t ticks, long ticksPerSecond) {
 }
 
 // Since boot, on the same origin as a process's start time.
-Duration scanTimeOf(int procfd) {
+Duration scanTimeOf(KernelFile& uptime) {
     char buffer[128];
-    if (const auto text = procfs::readFileAt(procfd, "uptime", buffer)) {
+    if (const auto text = uptime.read(buffer)) {
         if (const auto seconds = procfs::parseUptimeSeconds(*text)) {
             return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(*seconds));
         }
@@ -40,6 +40,7 @@ LinuxProcessSource::LinuxProcessSource(Options options,
                                        std::shared_ptr<procfs::ProcessNameCache> names)
     : options_(std::move(options)),
       root_(options_.procRoot),
+      uptime_(options_.procRoot + "/uptime"),
       scanState_(procfs::handleBudget()),
       names_(std::move(names)) {
     if (options_.ticksPerSecond <= 0) options_.ticksPerSecond = sysconf(_SC_CLK_TCK);
@@ -92,7 +93,7 @@ tl::expected<ProcessTable, ReadError> LinuxProcessSource::listProcesses() {
     if (state) ++state->scans;
 
     ProcessTable table;
-    table.scanTime = scanTimeOf(procfd);
+    table.scanTime = scanTimeOf(uptime_);
     table.processes.reserve(pids->size());
     char buffer[1024];
     for (const int32_t pid : *pids) {

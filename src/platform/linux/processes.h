@@ -9,6 +9,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "platform/linux/kernel_file.h"
 #include "platform/linux/proc_files.h"
 #include "platform/linux/process_names.h"
 #include "platform/process_source.h"
@@ -54,6 +55,7 @@ class LinuxProcessSource final : public ProcessSource {
 
     Options options_;
     procfs::KeptDirectory root_;
+    KernelFile uptime_;
     std::mutex scanStateLock_;
     ScanState scanState_;
     std::shared_ptr<procfs::ProcessNameCache> names_;
