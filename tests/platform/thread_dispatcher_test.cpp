@@ -3,6 +3,7 @@
 #include <atomic>
 #include <future>
 #include <numeric>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -52,6 +53,33 @@ TEST(ThreadDispatcher, MainLoopServesMainQueueUntilQuit) {
     });
     dispatcher->runMainLoop();
     EXPECT_TRUE(ranAgain);
+}
+
+// Without a user interface, a queue sharing the main loop runs there, its timers too, in order
+// with the main queue; under a user interface's main queue it has a thread of its own.
+TEST(ThreadDispatcher, QueueSharingMainRunsOnTheMainLoopOnlyWhenHeadless) {
+    auto headless = makeThreadDispatcher();
+    auto sharing = headless->makeQueueSharingMainWhenHeadless("sharing");
+    const auto mainThread = std::this_thread::get_id();
+    std::vector<std::string> steps;
+    auto timer = headless->makeTimer(*sharing, {.firstDeadline = 1ms}, [&] {
+        steps.push_back(std::this_thread::get_id() == mainThread ? "timer on main" : "elsewhere");
+        headless->mainQueue().async([&] { steps.push_back("landed"); });
+        sharing->async([&] { headless->quitMainLoop(); });
+    });
+    headless->runMainLoop();
+    EXPECT_EQ(steps, (std::vector<std::string>{"timer on main", "landed"}));
+
+    struct InterfaceQueue : SerialQueue {
+        void async(Task) override {}
+        const std::string& label() const override { return label_; }
+        std::string label_ = "interface";
+    };
+    auto withInterface = makeThreadDispatcher(std::make_unique<InterfaceQueue>());
+    auto collection = withInterface->makeQueueSharingMainWhenHeadless("collection");
+    std::promise<std::thread::id> ranOn;
+    collection->async([&] { ranOn.set_value(std::this_thread::get_id()); });
+    EXPECT_NE(ranOn.get_future().get(), std::this_thread::get_id());
 }
 
 TEST(ThreadDispatcher, TimersFireOnTheirQueueUntilCancelledOrDestroyed) {
