@@ -182,6 +182,14 @@ class MetricsStorage {
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
     std::optional<QueueLedgers> queueLedgers_;
+    // What the last look by age found: the folder's modification time then, and the birth of
+    // the oldest file it kept. While the folder is unchanged and that file young enough, the
+    // next look needs no listing. Used from the saving queue only.
+    struct AgeLook {
+        Date folderModified;
+        std::optional<Date> oldestKept;
+    };
+    std::optional<AgeLook> lastAgeLook_;
 
     // Guards the health cache only; never taken while fileHandleLock_ is held.
     std::mutex cacheLock_;

@@ -1,6 +1,9 @@
 // Pruning of the metric files by size and by age, and the wipe of the whole store.
 #include <fmt/format.h>
+
 #include <time.h>
+
+#include <algorithm>
 
 #include "logging/logger.h"
 #include "platform/file_system.h"
@@ -74,24 +77,50 @@ void MetricsStorage::pruneOldestFiles(double targetMB) {
 }
 
 void MetricsStorage::pruneByAge() {
-    const MonitorConfig config = configCopy();
-    const auto cutoff = calendarDaysBefore(clock_.now(), config.retentionDays);
+    const int64_t retentionDays = setting(&MonitorConfig::retentionDays);
+    const Date now = clock_.now();
+    const auto cutoff = calendarDaysBefore(now, retentionDays);
     if (!cutoff) return;
+    // A file added, removed or renamed changes the folder's time; its oldest file tells when
+    // the next one can expire.
+    const auto folder = files::status(metricsDirectory_);
+    std::optional<AgeLook> last;
+    {
+        std::lock_guard lock(fileHandleLock_);
+        last = std::exchange(lastAgeLook_, std::nullopt);
+    }
+    if (folder && last && last->folderModified == folder->modified &&
+        (!last->oldestKept || *last->oldestKept >= *cutoff)) {
+        std::lock_guard lock(fileHandleLock_);
+        lastAgeLook_ = last;
+        return;
+    }
     const auto listed = metricsFiles();
     if (!listed) return;
     const auto current = currentFileCopy();
     int64_t deleted = 0;
+    std::optional<Date> oldestKept;
     for (const Path& file : *listed) {
         if (file == current) continue;
         const auto status = files::status(file);
-        if (!status || status->created >= *cutoff) continue;
+        if (!status) continue;
+        if (status->created >= *cutoff) {
+            oldestKept = std::min(oldestKept.value_or(status->created), status->created);
+            continue;
+        }
         (void)files::remove(file);
         ++deleted;
+    }
+    // A folder changed within the last second may change again at the same coarse time stamp:
+    // it is not trusted to tell.
+    if (folder && deleted == 0 && now - folder->modified > std::chrono::seconds(1)) {
+        std::lock_guard lock(fileHandleLock_);
+        lastAgeLook_ = AgeLook{folder->modified, oldestKept};
     }
     if (deleted > 0) {
         invalidateAllCaches();
         logAudit("prune_age", {{"files_deleted", std::to_string(deleted)},
-                               {"retention_days", std::to_string(config.retentionDays)}});
+                               {"retention_days", std::to_string(retentionDays)}});
     }
 }
 

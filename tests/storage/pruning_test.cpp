@@ -94,6 +94,15 @@ TEST_F(Pruning, AgeGoesByTheFileNotItsName) {
     }
     EXPECT_EQ(log.matching("[prune_age]"),
               std::vector<std::string>{"[prune_age] files_deleted=2, retention_days=1"});
+
+    // A look that found nothing old is not repeated while the folder stays as it was; a file
+    // put there since is looked at.
+    testing::ManualClock later(born + 25h);
+    MetricsStorage storage(config, dir / "data", later, dir / "logs");
+    saveTen(storage);
+    sparse("metrics-2002-02-02.jsonl", 10);
+    saveTen(storage);
+    EXPECT_EQ(log.matching("[prune_age]").size(), 2u);
 }
 
 // An outage of any length cannot fill the disk: the queue and the refused files are held to the
