@@ -6,6 +6,7 @@
 #include "platform/command_channel.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/socket.h>
@@ -110,7 +111,10 @@ class LinuxCommandListener : public CommandListener {
           wake_(std::move(wake)),
           receiver_(std::move(receiver)),
           buffer_(kMaxDatagram) {
-        thread_ = std::thread([this] { run(); });
+        thread_ = std::thread([this] {
+            pthread_setname_np(pthread_self(), "ostrel-commands");
+            run();
+        });
     }
 
     ~LinuxCommandListener() override {

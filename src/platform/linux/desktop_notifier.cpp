@@ -1,6 +1,7 @@
 // Desktop notifications through org.freedesktop.Notifications on the session bus. The bus
 // connection lives on one worker thread of its own, so a slow or absent notification service
 // never holds up the queue that asked, and sd-bus objects are never shared between threads.
+#include <pthread.h>
 #include <systemd/sd-bus.h>
 
 #include <condition_variable>
@@ -58,7 +59,10 @@ class BusError {
 class DesktopNotifier final : public Notifier {
   public:
     explicit DesktopNotifier(std::optional<std::string> address)
-        : address_(std::move(address)), worker_([this] { run(); }) {}
+        : address_(std::move(address)), worker_([this] {
+              pthread_setname_np(pthread_self(), "ostrel-notifier");
+              run();
+          }) {}
 
     ~DesktopNotifier() override {
         std::deque<Request> dropped;

@@ -1,6 +1,7 @@
 #include "platform/termination_signals.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -41,7 +42,10 @@ class PipeTerminationSignals final : public TerminationSignals {
         writeEnd_ = UniqueFd(ends[1]);
         fcntl(writeEnd_.get(), F_SETFL, O_NONBLOCK);
         signalPipe = writeEnd_.get();
-        thread_ = std::thread([this] { readRequests(); });
+        thread_ = std::thread([this] {
+            pthread_setname_np(pthread_self(), "ostrel-signals");
+            readRequests();
+        });
 
         struct sigaction action {};
         action.sa_handler = forwardSignal;

@@ -4,6 +4,7 @@
 #include "platform/wake_monitor.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <systemd/sd-bus.h>
 #include <time.h>
@@ -37,7 +38,10 @@ class LogindWakeObservation final : public WakeObservation {
         sd_bus_match_signal(bus_, &slot_, "org.freedesktop.login1", "/org/freedesktop/login1",
                             "org.freedesktop.login1.Manager", "PrepareForSleep",
                             &LogindWakeObservation::onSignal, this);
-        thread_ = std::thread([this] { run(); });
+        thread_ = std::thread([this] {
+            pthread_setname_np(pthread_self(), "ostrel-logind");
+            run();
+        });
     }
 
     ~LogindWakeObservation() override {
