@@ -147,19 +147,24 @@ tl::expected<std::string_view, ReadError> ProcFileHandles::read(int procfd, int3
             --slot->refusedScansLeft;
             return tl::unexpected(ReadError::permission);
         }
-        auto text = preadAll(slot->file.get(), buffer);
-        if (text && !text->empty()) return text;
-        if (!text && text.error() == ReadError::permission) {
-            slot->refusedScansLeft = refusalPause(pid);
-            return text;
+        if (slot->file) {
+            auto text = preadAll(slot->file.get(), buffer);
+            if (text && !text->empty()) return text;
+            if (!text && text.error() == ReadError::permission) {
+                slot->refusedScansLeft = refusalPause(pid);
+                return text;
+            }
         }
-        // An empty read or another error: the process behind the descriptor has gone.
+        // An empty read or another error: the process behind the descriptor has gone. Or the
+        // pause of a file refused at opening is over.
         slot = handles_.erase(slot);
     }
     reopened = true;
     FileDescriptor file(::openat(procfd, PidPath(pid, file_).c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file) return tl::unexpected(readErrorFromErrno(errno));
-    auto text = preadAll(file.get(), buffer);
+    tl::expected<std::string_view, ReadError> text =
+        file ? preadAll(file.get(), buffer) : tl::unexpected(readErrorFromErrno(errno));
+    // Another user's file is refused at opening or at reading, depending on the file: either
+    // way it is not asked for again until its pause is over.
     const bool refused = !text && text.error() == ReadError::permission;
     if ((text || refused) && handles_.size() < budget_) {
         handles_.insert(slot, Handle{pid, std::move(file), refused ? refusalPause(pid) : 0});
