@@ -2,32 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fake_notifier.h"
 #include "support/log_recorder.h"
 #include "support/virtual_dispatcher.h"
 
 namespace ostrel {
 namespace {
 
+using testing::FakeNotifier;
 using testing::LogRecorder;
 using testing::VirtualDispatcher;
-
-// Answers at once, as configured, and keeps what was posted.
-class FakeNotifier final : public Notifier {
-  public:
-    bool granted = true;
-    std::optional<std::string> authorizationError;
-    std::optional<std::string> postError;
-    std::vector<Notification> posted;
-
-    void requestAuthorization(AuthorizationHandler handler) override {
-        handler(granted, authorizationError);
-    }
-    void authorizationStatus(StatusHandler handler) override { handler(granted); }
-    void post(Notification notification, PostHandler handler) override {
-        posted.push_back(std::move(notification));
-        handler(postError);
-    }
-};
 
 ProcessMetricInfo process(int64_t pid, std::string name, std::optional<double> cpu,
                           double memory = 100) {

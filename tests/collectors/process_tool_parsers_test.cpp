@@ -8,12 +8,8 @@
 namespace ostrel {
 namespace {
 
-std::string fixture(const std::string& name) {
-    return testing::readFile(std::string(OSTREL_FIXTURES_DIR) + "/macos/" + name);
-}
-
 TEST(PsOutput, ParsesColumnsKeepsSpacesOfTheCommandAndSkipsMalformedLines) {
-    const auto readings = parsePsOutput(fixture("ps_aceo_sorted_by_cpu.txt"));
+    const auto readings = parsePsOutput(testing::fixture("macos/ps_aceo_sorted_by_cpu.txt"));
     ASSERT_TRUE(readings);
     ASSERT_EQ(readings->size(), 7u);  // "abc" pid and the line without a command are skipped
     // "12,5": a decimal comma.
@@ -25,14 +21,15 @@ TEST(PsOutput, ParsesColumnsKeepsSpacesOfTheCommandAndSkipsMalformedLines) {
                                               .cpuPercent = 12.5}));
     EXPECT_EQ((*readings)[6].user, "_mdnsresponder");
 
-    const auto headerOnly = parsePsOutput(fixture("ps_aceo_header_only.txt"));
+    const auto headerOnly = parsePsOutput(testing::fixture("macos/ps_aceo_header_only.txt"));
     ASSERT_TRUE(headerOnly);
     EXPECT_TRUE(headerOnly->empty());
     EXPECT_EQ(parsePsOutput("PID\n1 1 a 0 0 \xff\xfe\n").error(), ReadError::parse);
 }
 
 TEST(TopOutput, SkipsHeaderBlockAndNonNumericPidsLaterLineWinsInEveryUnit) {
-    const auto memory = parseTopMemoryOutput(fixture("top_l1_mem_stats_pid_mem.txt"));
+    const auto memory =
+        parseTopMemoryOutput(testing::fixture("macos/top_l1_mem_stats_pid_mem.txt"));
     ASSERT_TRUE(memory);
     // The date line starts with a digit but has no pid; "12x" is not a pid.
     EXPECT_EQ(*memory,
@@ -48,7 +45,7 @@ TEST(TopOutput, SkipsHeaderBlockAndNonNumericPidsLaterLineWinsInEveryUnit) {
 }
 
 TEST(NettopOutput, NamesWithDotsZeroAndShortLinesPidParsing) {
-    const auto counters = parseNettopOutput(fixture("nettop_P_L1_bytes.txt"));
+    const auto counters = parseNettopOutput(testing::fixture("macos/nettop_P_L1_bytes.txt"));
     ASSERT_TRUE(counters);
     const std::vector<ProcessNetworkCounters> expected = {
         {412, "Safari", 100, 200},

@@ -1,37 +1,21 @@
 // A day recorded by this machine's own agent, end to end: the monitor with this machine's
 // collectors samples on virtual time, its store writes the files, the dashboard reads them.
 #include <algorithm>
-#include <ctime>
 #include <thread>
 
 #include "alerts/alert_manager.h"
 #include "dashboard_fixture.h"
 #include "monitor/performance_monitor.h"
-#include "platform/notifier.h"
+#include "support/fake_notifier.h"
+#include "support/realistic_day.h"
 
 namespace ostrel::testing {
 namespace {
 
-struct SilentNotifier : Notifier {
-    void requestAuthorization(AuthorizationHandler handler) override { handler(true, {}); }
-    void authorizationStatus(StatusHandler handler) override { handler(true); }
-    void post(Notification, PostHandler handler) override { handler(std::nullopt); }
-};
-
-// Midnight of the virtual clock's day in this machine's zone, where the store names its days.
-Date localMidnight(Date day) {
-    const std::time_t t = std::chrono::system_clock::to_time_t(day);
-    std::tm tm{};
-    localtime_r(&t, &tm);
-    tm.tm_hour = tm.tm_min = tm.tm_sec = 0;
-    tm.tm_isdst = -1;
-    return std::chrono::system_clock::from_time_t(std::mktime(&tm));
-}
-
 TEST_F(DashboardTest, ADayOfThisMachinesSamplesGivesSeriesRankingsAlertsAndAProcessAnalysis) {
-    const Date midnight = localMidnight(dispatcher.clock().now());
+    const Date midnight = localMidnight(dispatcher.clock().now(), 0);
     dispatcher.virtualClock().setWallClock(midnight + 1s);
-    SilentNotifier notifier;
+    FakeNotifier notifier;
     AlertManager alerts(dispatcher.clock(), notifier, dispatcher.mainQueue());
     auto monitor = PerformanceMonitor::create(MonitorDependencies::forThisMachine(
         dispatcher, alerts, std::make_shared<MemoryPreferencesStore>(), dir / "data"));

@@ -92,32 +92,18 @@ void PopupScene::minimalUI() {
 }
 
 void PopupScene::searchWithResults() {
-    processes->processes = {
-        {.pid = 200,
-         .ppid = 1,
-         .name = "code",
-         .user = "ann",
-         .residentBytes = 640ull << 20,
-         .cpuPercent = 7.5},
-        {.pid = 201,
-         .ppid = 200,
-         .name = "code",
-         .user = "ann",
-         .residentBytes = 310ull << 20,
-         .cpuPercent = 2.2},
-        {.pid = 500,
-         .ppid = 1,
-         .name = "colord",
-         .user = "colord",
-         .residentBytes = 12ull << 20,
-         .cpuPercent = 0},
-        {.pid = 600,
-         .ppid = 1,
-         .name = "containerd",
-         .user = "root",
-         .residentBytes = 48ull << 20,
-         .cpuPercent = 0.4},
+    const auto reading = [](int32_t pid, int32_t ppid, const char* name, const char* user,
+                            uint64_t megabytes, double cpu) {
+        return ProcessReading{.pid = pid,
+                              .ppid = ppid,
+                              .name = name,
+                              .user = user,
+                              .residentBytes = megabytes << 20,
+                              .cpuPercent = cpu};
     };
+    processes->processes = {
+        reading(200, 1, "code", "ann", 640, 7.5), reading(201, 200, "code", "ann", 310, 2.2),
+        reading(500, 1, "colord", "colord", 12, 0), reading(600, 1, "containerd", "root", 48, 0.4)};
     model().expandSearch();
     model().setSearchText("co");
 }

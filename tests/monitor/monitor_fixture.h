@@ -15,6 +15,7 @@
 #include "monitor/performance_monitor.h"
 #include "records/record_json.h"
 #include "storage/metrics_storage.h"
+#include "support/fake_notifier.h"
 #include "support/hec_test_server.h"
 #include "support/log_recorder.h"
 #include "support/memory_preferences_store.h"
@@ -24,12 +25,6 @@
 namespace ostrel::testing {
 
 using namespace std::chrono_literals;
-
-struct FakeNotifier : Notifier {
-    void requestAuthorization(AuthorizationHandler handler) override { handler(true, {}); }
-    void authorizationStatus(StatusHandler handler) override { handler(true); }
-    void post(Notification, PostHandler handler) override { handler(std::nullopt); }
-};
 
 // CPU ticks that grow with virtual time at the busy share of the moment, so every stored
 // sample sees the load set before it.

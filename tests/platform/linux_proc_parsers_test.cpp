@@ -11,18 +11,14 @@
 namespace ostrel {
 namespace {
 
-std::string fixture(const std::string& name) {
-    return testing::readFile(std::string(OSTREL_FIXTURES_DIR) + "/linux/" + name);
-}
-
 TEST(ProcStatTicks, FoldsInterruptsAndStealIntoSystemAndIowaitIntoIdle) {
-    const auto vm = parseProcStatTicks(fixture("proc_stat_vm.txt"));
+    const auto vm = parseProcStatTicks(testing::fixture("linux/proc_stat_vm.txt"));
     ASSERT_TRUE(vm);
     EXPECT_EQ(
         *vm, (CpuTicks{.user = 153068, .system = 55092 + 412, .idle = 107526 + 427, .nice = 8411}));
 
     // guest (2500) and guest_nice (10) are already inside user and nice.
-    const auto steal = parseProcStatTicks(fixture("proc_stat_vm_with_steal.txt"));
+    const auto steal = parseProcStatTicks(testing::fixture("linux/proc_stat_vm_with_steal.txt"));
     ASSERT_TRUE(steal);
     EXPECT_EQ(
         *steal,
@@ -45,7 +41,7 @@ TEST(ProcStatTicks, RefusesMalformedTextRatherThanGuessing) {
 
 TEST(Meminfo, ReadsTheUsedLinesInBytesAndSkipsMalformedOnes) {
     const auto kib = [](uint64_t count) { return count * 1024; };
-    const MeminfoValues vm = parseMeminfo(fixture("proc_meminfo_vm_no_swap.txt"));
+    const MeminfoValues vm = parseMeminfo(testing::fixture("linux/proc_meminfo_vm_no_swap.txt"));
     EXPECT_EQ(vm, (MeminfoValues{.total = kib(24683620),
                                  .free = kib(21402800),
                                  .available = kib(23841696),
@@ -71,7 +67,8 @@ TEST(Meminfo, ReadsTheUsedLinesInBytesAndSkipsMalformedOnes) {
 
 TEST(VmstatAndPressure, ReadOnlyWhatIsWellFormed) {
     EXPECT_EQ(parseVmstat("pgpgin\npgpgout -4\npswpin 12\n"), (VmstatCounters{.pswpin = 12}));
-    EXPECT_EQ(parsePressureMemory(fixture("proc_pressure_memory_vm.txt"))->fullAvg10, 0.0);
+    EXPECT_EQ(parsePressureMemory(testing::fixture("linux/proc_pressure_memory_vm.txt"))->fullAvg10,
+              0.0);
     EXPECT_FALSE(parsePressureMemory("some avg10=1.00 avg60=0.00\n"));
     EXPECT_FALSE(parsePressureMemory("some avg10=x\nfull avg10=1\n"));
 }
@@ -101,7 +98,8 @@ TEST(PressureLevel, EntersAtTheUpperThresholdAndLeavesOnlyBelowTheLowerOne) {
 }
 
 TEST(Diskstats, SumsSectorsOfTheListedWholeDisksOnly) {
-    const auto vm = sumDiskstats(fixture("proc_diskstats_vm_loop_zram.txt"), {"vda"});
+    const auto vm =
+        sumDiskstats(testing::fixture("linux/proc_diskstats_vm_loop_zram.txt"), {"vda"});
     ASSERT_TRUE(vm);
     EXPECT_EQ(*vm, (DiskIOCounters{3380578ull * 512, 14178240ull * 512}));
 
@@ -124,7 +122,7 @@ TEST(Diskstats, SumsSectorsOfTheListedWholeDisksOnly) {
 }
 
 TEST(RouteTables, ChooseTheUsableDefaultOfLowestMetric) {
-    EXPECT_EQ(defaultRouteFromProcRoute(fixture("proc_net_route_vm.txt")), "eth0");
+    EXPECT_EQ(defaultRouteFromProcRoute(testing::fixture("linux/proc_net_route_vm.txt")), "eth0");
     const std::string header = "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\n";
     EXPECT_EQ(
         defaultRouteFromProcRoute(header + "wlan0\t00000000\t0101A8C0\t0003\t0\t0\t600\t00000000\n"
@@ -138,7 +136,8 @@ TEST(RouteTables, ChooseTheUsableDefaultOfLowestMetric) {
     EXPECT_FALSE(defaultRouteFromProcRoute(header + "eth0\t00000000\n"));
 
     // The captured table also holds an unreachable default on lo, which must lose.
-    EXPECT_EQ(defaultRouteFromProcIpv6Route(fixture("proc_net_ipv6_route_vm.txt")), "eth0");
+    EXPECT_EQ(defaultRouteFromProcIpv6Route(testing::fixture("linux/proc_net_ipv6_route_vm.txt")),
+              "eth0");
 }
 
 TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
@@ -147,7 +146,7 @@ TEST(MachineFacts, ParseKernelReleaseBrandCpuListsAndNames) {
     EXPECT_FALSE(parseKernelRelease("linux"));
     EXPECT_FALSE(parseKernelRelease("6"));
 
-    EXPECT_EQ(parseCpuBrand(fixture("proc_cpuinfo_vm_epyc.txt")), "AMD EPYC");
+    EXPECT_EQ(parseCpuBrand(testing::fixture("linux/proc_cpuinfo_vm_epyc.txt")), "AMD EPYC");
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nmodel name\t:   \n"));
     EXPECT_FALSE(parseCpuBrand("processor\t: 0\nCPU part\t: 0xd0b\n"));
 

@@ -22,14 +22,10 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-std::string fixture(const std::string& name) {
-    return testing::readFile(std::string(OSTREL_FIXTURES_DIR) + "/linux/" + name);
-}
-
 TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLevel) {
     testing::TempDir proc;
-    proc.write("meminfo", fixture("proc_meminfo_swap_zswap_low_available.txt"));
-    proc.write("vmstat", fixture("proc_vmstat_vm.txt"));
+    proc.write("meminfo", testing::fixture("linux/proc_meminfo_swap_zswap_low_available.txt"));
+    proc.write("vmstat", testing::fixture("linux/proc_vmstat_vm.txt"));
     LinuxMemorySource source(proc.path());
     const auto pages = [](int64_t kib) { return kib * 1024 / sysconf(_SC_PAGESIZE); };
 
@@ -50,7 +46,7 @@ TEST(LinuxMemorySource, FallsBackFromPressureStallToAvailableMemoryKeepingItsLev
                                     .swapOuts = 0}));
 
     // With PSI: the critical level is left (full 3.1 < 5) but some 12.5 holds a warning.
-    proc.write("pressure/memory", fixture("proc_pressure_memory_stalled.txt"));
+    proc.write("pressure/memory", testing::fixture("linux/proc_pressure_memory_stalled.txt"));
     EXPECT_EQ(source.read().pressureLevel, 2);
 }
 
@@ -249,7 +245,7 @@ TEST(LinuxGpuSource, ReadsDrmCardsAndNamesThemWithoutADatabase) {
 
 TEST(LinuxSystemInfoSource, ReadsModelAndCoresOnceAndTheNameAgainWhenItsFileChanges) {
     testing::TempDir proc, sys, etc;
-    proc.write("cpuinfo", fixture("proc_cpuinfo_vm_epyc.txt"));
+    proc.write("cpuinfo", testing::fixture("linux/proc_cpuinfo_vm_epyc.txt"));
     sys.write("class/dmi/id/product_name", "System Product Name\n");
     sys.write("class/dmi/id/board_name", "X570 AORUS\n");
     sys.write("devices/cpu_core/cpus", "0-15\n");

@@ -7,22 +7,6 @@
 namespace ostrel::testing {
 namespace {
 
-// Says yes or no as told, and keeps what it was asked to show.
-struct RecordingNotifier : Notifier {
-    void requestAuthorization(AuthorizationHandler handler) override {
-        ++requests;
-        handler(granted, {});
-    }
-    void authorizationStatus(StatusHandler handler) override { handler(granted); }
-    void post(Notification notification, PostHandler handler) override {
-        posted.push_back(notification.title);
-        handler(std::nullopt);
-    }
-    bool granted = true;
-    int requests = 0;
-    std::vector<std::string> posted;
-};
-
 class SettingsTest : public MonitorFixture {
   protected:
     // The window over the store as it stands now, on a built monitor.
@@ -55,7 +39,7 @@ class SettingsTest : public MonitorFixture {
     }
 
     ConfigurationManager configuration{preferences};
-    RecordingNotifier notifications;
+    FakeNotifier notifications;
     AlertManager windowAlerts{dispatcher.clock(), notifications, dispatcher.mainQueue()};
     Published<bool> loginItem{false};
     bool refuseLoginItem = false;

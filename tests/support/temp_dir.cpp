@@ -34,4 +34,8 @@ std::string readFile(const std::filesystem::path& path) {
     return text.str();
 }
 
+std::string fixture(const std::string& name) {
+    return readFile(std::filesystem::path(OSTREL_FIXTURES_DIR) / name);
+}
+
 }  // namespace ostrel::testing

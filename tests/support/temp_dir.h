@@ -27,5 +27,7 @@ class TempDir {
 };
 
 std::string readFile(const std::filesystem::path& path);
+// A captured file under tests/fixtures, named by its folder and name ("linux/proc_stat_vm.txt").
+std::string fixture(const std::string& name);
 
 }  // namespace ostrel::testing
