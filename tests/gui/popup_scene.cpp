@@ -93,13 +93,13 @@ void PopupScene::minimalUI() {
 
 void PopupScene::searchWithResults() {
     const auto reading = [](int32_t pid, int32_t ppid, const char* name, const char* user,
-                            uint64_t megabytes, double cpu) {
+                            uint64_t megabytes, double cpuPercent) {
         return ProcessReading{.pid = pid,
                               .ppid = ppid,
                               .name = name,
                               .user = user,
                               .residentBytes = megabytes << 20,
-                              .cpuPercent = cpu};
+                              .cpuPercent = cpuPercent};
     };
     processes->processes = {
         reading(200, 1, "code", "ann", 640, 7.5), reading(201, 200, "code", "ann", 310, 2.2),
