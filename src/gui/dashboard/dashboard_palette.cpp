@@ -1,5 +1,7 @@
 #include "gui/dashboard/dashboard_palette.h"
 
+#include <QWidget>
+
 #include "gui/popup/popup_palette.h"
 
 namespace ostrel {
@@ -30,6 +32,16 @@ QColor resolvedColor(DashboardColor color, const QPalette& palette) {
             return resolvedColor(PopupColor::cyan, palette);
     }
     return resolvedColor(PopupColor::primary, palette);
+}
+
+QPalette activeColours(const QWidget* widget) {
+    QPalette palette = widget->palette();
+    palette.setCurrentColorGroup(QPalette::Active);
+    return palette;
+}
+
+QColor resolvedColor(DashboardColor color, const QWidget* widget) {
+    return resolvedColor(color, activeColours(widget));
 }
 
 }  // namespace ostrel

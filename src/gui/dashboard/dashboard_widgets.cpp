@@ -28,7 +28,8 @@ void ColorLabel::apply() {
     // Setting the palette sends a change of its own.
     applying_ = true;
     // Resolved on the surroundings' palette: the label's own still holds the colour it had.
-    const QPalette around = parentWidget() ? parentWidget()->palette() : QApplication::palette();
+    const QPalette around =
+        parentWidget() ? activeColours(parentWidget()) : QApplication::palette();
     QPalette shown = palette();
     shown.setColor(QPalette::WindowText, resolvedColor(color_, around));
     setPalette(shown);

@@ -13,18 +13,6 @@ QString styleColor(const QColor& color, double opacity) {
         .arg(color.alphaF() * opacity);
 }
 
-QPalette activeColours(const QWidget* widget) {
-    QPalette palette = widget->palette();
-    palette.setCurrentColorGroup(QPalette::Active);
-    return palette;
-}
-
-void setTextColor(QLabel* label, const QColor& color) {
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, color);
-    label->setPalette(palette);
-}
-
 Heading addHeading(QHBoxLayout* row) {
     Heading heading{new QLabel, new QLabel};
     heading.title->setTextFormat(Qt::PlainText);

@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QVBoxLayout>
 #include <algorithm>
 #include <memory>
 
@@ -201,6 +202,35 @@ TEST_F(DashboardAnalysis, OpeningASecondAlertCardClosesTheFirst) {
     click(cards()[1]);
     settle();
     EXPECT_TRUE(std::ranges::none_of(cards(), &AlertCardView::isExpanded));
+}
+
+// The fault this guards: a label, sign, chip or card that keeps its light colours after the
+// desktop turns dark while the window is open.
+TEST_F(DashboardAnalysis, AfterASwitchToDarkTheSectionsLookAsIfOpenedInDark) {
+    const auto showSections = [this] {
+        auto* sections = new QWidget;
+        auto* layout = new QVBoxLayout(sections);
+        layout->addWidget(new ProcessSelectionBar(*model));
+        layout->addWidget(new AnalyticsSection(*model));
+        auto* history = new AlertHistoryView(*model);
+        layout->addWidget(history);
+        show(sections);
+        // An open card shows the most colours.
+        click(history->findChildren<AlertCardView*>().first());
+        settle();
+        return sections;
+    };
+    usePalette(false);
+    QWidget* switched = showSections();
+    usePalette(true);
+    // One turn brings the widgets the new palette, the next runs the refreshes it scheduled, the
+    // last shows the alert cards they replaced.
+    for (int turn = 0; turn < 3; ++turn)
+        settle();
+    const QImage afterSwitch = switched->grab().toImage();
+    const QImage openedInDark = showSections()->grab().toImage();
+    usePalette(false);
+    EXPECT_EQ(afterSwitch, openedInDark);
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 namespace ostrel {
 
 using namespace DashboardWidgets;
-using SectionWidgets::activeColours;
 using SectionWidgets::styleColor;
 
 namespace {
@@ -50,7 +49,7 @@ QWidget* processList(const std::string& title, const std::vector<AlertProcessRow
 AlertCardView::AlertCardView(const AlertCard& card, std::function<void()> onToggle, QWidget* parent)
     : QFrame(parent), onToggle_(std::move(onToggle)), isExpanded_(card.isExpanded) {
     setCursor(Qt::PointingHandCursor);
-    const QColor color = resolvedColor(card.color, activeColours(this));
+    const QColor color = resolvedColor(card.color, this);
     setObjectName(QStringLiteral("alert"));
     setStyleSheet(QStringLiteral("QFrame#alert { background: %1; border: 1px solid %2; "
                                  "border-radius: 8px; }")

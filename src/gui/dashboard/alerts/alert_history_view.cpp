@@ -7,12 +7,14 @@
 
 #include "gui/dashboard/alerts/alert_card_view.h"
 #include "gui/dashboard/dashboard_palette.h"
+#include "gui/dashboard/dashboard_widgets.h"
 #include "gui/dashboard/section_widgets.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
 
 using namespace SectionWidgets;
+using DashboardWidgets::ColorLabel;
 
 AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
     : DashboardSection(model, parent) {
@@ -23,7 +25,7 @@ AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
     headingRow->setSpacing(4);
     heading_ = addHeading(headingRow);
     headingRow->addSpacing(4);
-    count_ = new QLabel;
+    count_ = new ColorLabel(DashboardColor::secondary);
     headingRow->addWidget(count_);
     headingRow->addStretch();
     layout->addLayout(headingRow);
@@ -33,7 +35,7 @@ AlertHistoryView::AlertHistoryView(DashboardViewModel& model, QWidget* parent)
     emptyLayout->setContentsMargins(0, 16, 0, 16);
     emptyLayout->setSpacing(2);
     emptyTitle_ = new QLabel;
-    emptyDetail_ = new QLabel;
+    emptyDetail_ = new ColorLabel(DashboardColor::secondary);
     for (QLabel* label : {emptyTitle_, emptyDetail_}) {
         label->setAlignment(Qt::AlignCenter);
         emptyLayout->addWidget(label);
@@ -64,14 +66,10 @@ void AlertHistoryView::refresh() {
     if (alertsChanged_) history_.setAlerts(model_.alertEvents.get());
     alertsChanged_ = false;
     const AlertHistoryHeader header = history_.header();
-    const QColor secondary = resolvedColor(DashboardColor::secondary, activeColours(this));
-    showHeading(heading_, header.icon, resolvedColor(DashboardColor::primary, activeColours(this)),
-                header.title);
+    showHeading(heading_, header.icon, resolvedColor(DashboardColor::primary, this), header.title);
     count_->setText(qtText(header.count));
-    setTextColor(count_, secondary);
     emptyTitle_->setText(qtText(header.emptyTitle));
     emptyDetail_->setText(qtText(header.emptyDetail));
-    setTextColor(emptyDetail_, secondary);
     empty_->setVisible(history_.isEmpty());
     cardsBox_->setVisible(!history_.isEmpty());
     showCards();

@@ -32,8 +32,7 @@ CompactNetworkTable::CompactNetworkTable(QWidget* parent) : QFrame(parent) {
 void CompactNetworkTable::display(const NetworkTable& table) {
     // Again for a new palette: a style sheet takes the palette's colours when it is set.
     DashboardWidgets::styleAsCard(this);
-    showHeading(heading_, table.icon, resolvedColor(table.iconColor, activeColours(this)),
-                table.title);
+    showHeading(heading_, table.icon, resolvedColor(table.iconColor, this), table.title);
     std::vector<CompactTableModel::Row> rows;
     rows.reserve(table.rows.size());
     for (const NetworkTableRow& row : table.rows) {
@@ -42,7 +41,7 @@ void CompactNetworkTable::display(const NetworkTable& table) {
     }
     model_->setContent(table.columns, std::move(rows), activeColours(this));
     view_->setEmptyText(qtText(table.emptyText.value_or("")),
-                        resolvedColor(DashboardColor::secondary, activeColours(this)));
+                        resolvedColor(DashboardColor::secondary, this));
 }
 
 }  // namespace ostrel

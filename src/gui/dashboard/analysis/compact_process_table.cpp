@@ -62,12 +62,11 @@ void CompactProcessTable::refresh() {
     const ProcessTable table = build_(filterMode_, sortMode_);
     // Again for a new palette: a style sheet takes the palette's colours when it is set.
     DashboardWidgets::styleAsCard(this);
-    showHeading(heading_, table.icon, resolvedColor(table.iconColor, activeColours(this)),
-                table.title);
+    showHeading(heading_, table.icon, resolvedColor(table.iconColor, this), table.title);
     showChips(table.chips);
     model_->setContent(table.columns, modelRows(table.rows), activeColours(this));
     view_->setEmptyText(qtText(table.emptyText.value_or("")),
-                        resolvedColor(DashboardColor::secondary, activeColours(this)));
+                        resolvedColor(DashboardColor::secondary, this));
 }
 
 void CompactProcessTable::showChips(const std::vector<FilterChip>& chips) {
@@ -89,7 +88,7 @@ void CompactProcessTable::showChips(const std::vector<FilterChip>& chips) {
         }
         const FilterChip& model = chips[i];
         chipModes_.push_back(model.mode);
-        const QColor color = resolvedColor(model.color, activeColours(this));
+        const QColor color = resolvedColor(model.color, this);
         chips_[i]->setText(qtText(model.label));
         chips_[i]->setStyleSheet(
             QStringLiteral("QPushButton { color: %1; background: %2; border: none; "

@@ -8,13 +8,10 @@
 
 #include "gui/dashboard/analysis/process_pill_pop_over.h"
 #include "gui/dashboard/dashboard_palette.h"
-#include "gui/dashboard/section_widgets.h"
 #include "gui/icons/symbol_icons.h"
 #include "gui/settings/qt_text.h"
 
 namespace ostrel {
-
-using SectionWidgets::activeColours;
 
 namespace {
 
@@ -50,8 +47,8 @@ void ProcessPillSelector::display(const std::string& pillText, std::vector<std::
 }
 
 void ProcessPillSelector::restyle() {
-    const QColor signs = resolvedColor(
-        selected_ ? DashboardColor::purple : DashboardColor::secondary, activeColours(this));
+    const QColor signs =
+        resolvedColor(selected_ ? DashboardColor::purple : DashboardColor::secondary, this);
     search_->setPixmap(symbolIcon("magnifyingglass", signs).pixmap(12, 12));
     chevron_->setPixmap(symbolIcon("chevron.down", signs).pixmap(10, 10));
     update();
@@ -60,11 +57,11 @@ void ProcessPillSelector::restyle() {
 void ProcessPillSelector::paintEvent(QPaintEvent*) {
     // Painted rather than styled: a style sheet would hold on to the palette it was set with.
     QColor fill = Qt::transparent;
-    QColor border = resolvedColor(DashboardColor::primary, activeColours(this));
+    QColor border = resolvedColor(DashboardColor::primary, this);
     // Focus shows as hover does, so that the keyboard finds the pill.
     border.setAlphaF(isHovering_ || hasFocus() ? kHoveredBorderOpacity : kBorderOpacity);
     if (selected_) {
-        fill = border = resolvedColor(DashboardColor::purple, activeColours(this));
+        fill = border = resolvedColor(DashboardColor::purple, this);
         fill.setAlphaF(kSelectedFillOpacity);
         border.setAlphaF(kSelectedBorderOpacity);
     }

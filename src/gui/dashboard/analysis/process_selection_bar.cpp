@@ -7,7 +7,7 @@
 #include "dashboard/process_selection.h"
 #include "gui/dashboard/analysis/process_pill_selector.h"
 #include "gui/dashboard/dashboard_palette.h"
-#include "gui/dashboard/section_widgets.h"
+#include "gui/dashboard/dashboard_widgets.h"
 #include "gui/icons/symbol_icons.h"
 #include "gui/settings/qt_text.h"
 
@@ -18,8 +18,7 @@ constexpr double kPinOpacity = 0.8;
 
 }  // namespace
 
-using SectionWidgets::activeColours;
-using SectionWidgets::setTextColor;
+using DashboardWidgets::ColorLabel;
 
 ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* parent)
     : DashboardSection(model, parent) {
@@ -33,7 +32,7 @@ ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* par
     bold.setBold(true);
     title_->setFont(bold);
     row->addWidget(title_);
-    none_ = new QLabel;
+    none_ = new ColorLabel(DashboardColor::secondary);
     row->addWidget(none_);
     pill_ = new ProcessPillSelector(
         [this](const std::optional<std::string>& pattern) { model_.selectProcess(pattern); });
@@ -44,7 +43,7 @@ ProcessSelectionBar::ProcessSelectionBar(DashboardViewModel& model, QWidget* par
     connect(clear_, &QPushButton::clicked, this, [this] { model_.selectProcess(std::nullopt); });
     row->addWidget(clear_);
     row->addStretch();
-    tracked_ = new QLabel;
+    tracked_ = new ColorLabel(DashboardColor::secondary);
     row->addWidget(tracked_);
 
     refresh_.watch(model_.selectedProcess);
@@ -58,20 +57,17 @@ void ProcessSelectionBar::refresh() {
     const std::optional<std::string>& selected = model_.selectedProcess.get();
     const ProcessSelectionBarContent bar = processSelectionBar(patterns, selected);
 
-    const QColor secondary = resolvedColor(DashboardColor::secondary, activeColours(this));
-    QColor purple = resolvedColor(DashboardColor::purple, activeColours(this));
+    QColor purple = resolvedColor(DashboardColor::purple, this);
     purple.setAlphaF(kPinOpacity);
     pin_->setPixmap(symbolIcon(bar.icon, purple).pixmap(14, 14));
     title_->setText(qtText(bar.title));
     none_->setText(qtText(bar.noneText));
-    setTextColor(none_, secondary);
     none_->setVisible(bar.noneAvailable);
     pill_->setVisible(!bar.noneAvailable);
     pill_->display(bar.pillText, std::move(patterns), selected);
     clear_->setText(qtText(bar.clearText));
     clear_->setVisible(!bar.noneAvailable && bar.isSelected);
     tracked_->setText(qtText(bar.trackedCount.value_or("")));
-    setTextColor(tracked_, secondary);
     tracked_->setVisible(bar.trackedCount.has_value());
 }
 
