@@ -1,6 +1,6 @@
 #include "platform/linux/process_names.h"
 
-#include <unordered_set>
+#include <algorithm>
 
 #include "platform/linux/proc_files.h"
 #include "platform/linux/proc_text.h"
@@ -44,9 +44,10 @@ std::optional<std::string> ProcessNameCache::currentName(int procfd, int32_t pid
 }
 
 void ProcessNameCache::retainOnly(const std::vector<int32_t>& pids) {
-    const std::unordered_set<int32_t> alive(pids.begin(), pids.end());
     std::lock_guard guard(lock_);
-    std::erase_if(names_, [&](const auto& entry) { return !alive.contains(entry.first); });
+    std::erase_if(names_, [&](const auto& entry) {
+        return !std::binary_search(pids.begin(), pids.end(), entry.first);
+    });
 }
 
 }  // namespace ostrel::procfs

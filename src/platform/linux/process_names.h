@@ -21,7 +21,7 @@ class ProcessNameCache {
     // The name of `pid` as last resolved; reads its stat file when the pid is not known yet.
     // Nothing when the process is gone.
     std::optional<std::string> currentName(int procfd, int32_t pid);
-    // Forgets the processes that a complete scan did not find.
+    // Forgets the processes that a complete scan did not find; `pids` sorted.
     void retainOnly(const std::vector<int32_t>& pids);
 
   private:

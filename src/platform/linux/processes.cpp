@@ -63,15 +63,19 @@ std::string LinuxProcessSource::userNameOf(uid_t uid) {
     return name;
 }
 
-std::optional<uid_t> LinuxProcessSource::ownerOf(int procfd, int32_t pid, std::string_view comm,
-                                                 bool reopened, ScanState* state) {
+std::optional<uid_t> LinuxProcessSource::ownerOf(int procfd, int32_t pid, int32_t ppid,
+                                                 std::string_view comm, bool reopened,
+                                                 ScanState* state) {
     Owner* known = nullptr;
     if (state) {
         const auto found = state->owners.find(pid);
         if (found != state->owners.end()) known = &found->second;
         // A program can change its user without exec, rarely and early: a periodic look
-        // catches it, staggered so that each scan looks at a few processes only.
-        const bool due = (state->scans + static_cast<uint64_t>(pid)) % kOwnerRefresh == 0;
+        // catches it, staggered so that each scan looks at a few processes only. A kernel
+        // thread (a child of kthreadd, pid 2) runs no program and never changes its user.
+        const bool kernelThread = pid == kKernelThreadParent || ppid == kKernelThreadParent;
+        const bool due =
+            !kernelThread && (state->scans + static_cast<uint64_t>(pid)) % kOwnerRefresh == 0;
         if (known && !reopened && !due && known->comm == comm) return known->uid;
     }
     struct stat owner {};
@@ -105,7 +109,7 @@ tl::expected<ProcessTable, ReadError> LinuxProcessSource::listProcesses() {
         if (!text) continue;
         const auto stat = procfs::parseProcStat(*text);
         if (!stat || stat->pid != pid) continue;
-        const auto uid = ownerOf(procfd, pid, stat->comm, reopened, state);
+        const auto uid = ownerOf(procfd, pid, stat->ppid, stat->comm, reopened, state);
         if (!uid) continue;
 
         table.processes.push_back(ProcessReading{

@@ -35,6 +35,7 @@ class LinuxProcessSource final : public ProcessSource {
     tl::expected<ProcessTable, ReadError> listProcesses() override;
 
     static constexpr uint64_t kOwnerRefresh = 8;
+    static constexpr int32_t kKernelThreadParent = 2;
 
   private:
     struct Owner {
@@ -50,8 +51,8 @@ class LinuxProcessSource final : public ProcessSource {
     };
 
     std::string userNameOf(uid_t uid);
-    std::optional<uid_t> ownerOf(int procfd, int32_t pid, std::string_view comm, bool reopened,
-                                 ScanState* state);
+    std::optional<uid_t> ownerOf(int procfd, int32_t pid, int32_t ppid, std::string_view comm,
+                                 bool reopened, ScanState* state);
 
     Options options_;
     procfs::KeptDirectory root_;
