@@ -38,15 +38,20 @@ double LinuxProcessMemorySource::budgetAt(Duration now) const {
     return std::min(kMaxBudgetPages, budgetPages_ + elapsed * kPagesPerSecond);
 }
 
+const LinuxProcessMemorySource::Figure* LinuxProcessMemorySource::lastFigureOf(
+    const std::unordered_map<int32_t, Figure>& figures, const MemoryCandidate& candidate) {
+    const auto found = figures.find(candidate.pid);
+    // A reused pid is another process: its figure does not carry over.
+    if (found == figures.end() || found->second.startTime != candidate.startTime) return nullptr;
+    return &found->second;
+}
+
 bool LinuxProcessMemorySource::needsRead(const std::vector<MemoryCandidate>& candidates) {
     const Duration now = clock_.monotonic();
     std::lock_guard guard(figuresLock_);
     double budget = budgetAt(now);
     for (const MemoryCandidate& candidate : candidates) {
-        const auto known = figures_.find(candidate.pid);
-        const bool sameProcess =
-            known != figures_.end() && known->second.startTime == candidate.startTime;
-        if (stepFor(candidate, sameProcess ? &known->second : nullptr, pageSize_, budget, now) ==
+        if (stepFor(candidate, lastFigureOf(figures_, candidate), pageSize_, budget, now) ==
             Step::read) {
             return true;
         }
@@ -74,11 +79,7 @@ LinuxProcessMemorySource::refinedMemoryMB(const std::vector<MemoryCandidate>& ca
     // read again here.
     for (const MemoryCandidate& candidate : candidates) {
         const int32_t pid = candidate.pid;
-        const auto found = previous.find(pid);
-        const Figure* known =
-            found != previous.end() && found->second.startTime == candidate.startTime
-                ? &found->second
-                : nullptr;
+        const Figure* known = lastFigureOf(previous, candidate);
         const Step step = stepFor(candidate, known, pageSize_, budget, now);
         if (step != Step::read) {
             if (known) figures.emplace(pid, *known);

@@ -45,6 +45,9 @@ class LinuxProcessMemorySource final : public ProcessMemorySource {
     static Step stepFor(const MemoryCandidate& candidate, const Figure* known, double pageSize,
                         double& budget, Duration now);
     double budgetAt(Duration now) const;
+    // The figure kept for the candidate's process; none for a new process or a reused pid.
+    static const Figure* lastFigureOf(const std::unordered_map<int32_t, Figure>& figures,
+                                      const MemoryCandidate& candidate);
 
     const Clock& clock_;
     std::string procRoot_;
