@@ -8,6 +8,7 @@
 
 #include "gui/dashboard/dashboard_palette.h"
 #include "gui/icons/symbol_icons.h"
+#include "gui/settings/qt_text.h"
 
 namespace ostrel {
 namespace {
@@ -17,10 +18,6 @@ constexpr double kColumnGap = 10;
 constexpr double kSectionGap = 4;
 constexpr double kIconSize = 12;
 constexpr double kGapFromLine = 8;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 // Tinting draws a new image: done once per symbol and colour, not on every pin move.
 QPixmap symbolPixmap(const char* symbol, const QColor& tint) {
@@ -39,9 +36,9 @@ std::vector<TooltipRow> processRows(const std::vector<TooltipProcess>& processes
     std::vector<TooltipRow> rows;
     for (const TooltipProcess& p : processes) {
         rows.push_back({{QString::number(p.pid), secondary},
-                        {qt(p.name), primary},
-                        {qt(p.cpu), primary},
-                        {qt(p.memory), secondary}});
+                        {qtText(p.name), primary},
+                        {qtText(p.cpu), primary},
+                        {qtText(p.memory), secondary}});
     }
     return rows;
 }
@@ -70,9 +67,9 @@ double sum(const std::vector<double>& widths) {
 }  // namespace
 
 TooltipContent tooltipContent(const CPUTooltip& tooltip, const QPalette& palette) {
-    TooltipContent content{.time = qt(tooltip.time), .isLinked = tooltip.isLinked};
+    TooltipContent content{.time = qtText(tooltip.time), .isLinked = tooltip.isLinked};
     content.sections.push_back(
-        {{{qt(tooltip.total), resolvedColor(tooltip.totalColor, palette), true}}});
+        {{{qtText(tooltip.total), resolvedColor(tooltip.totalColor, palette), true}}});
     if (tooltip.processes.empty()) {
         content.sections.push_back({{{QStringLiteral("No process data"),
                                       resolvedColor(DashboardColor::secondary, palette)}}});
@@ -83,27 +80,27 @@ TooltipContent tooltipContent(const CPUTooltip& tooltip, const QPalette& palette
 }
 
 TooltipContent tooltipContent(const LineTooltip& tooltip, const QPalette& palette) {
-    TooltipContent content{.time = qt(tooltip.time), .isLinked = tooltip.isLinked};
+    TooltipContent content{.time = qtText(tooltip.time), .isLinked = tooltip.isLinked};
     const QColor primary = resolvedColor(DashboardColor::primary, palette);
     std::vector<TooltipRow> values;
     for (const LineTooltipRow& row : tooltip.rows)
-        values.push_back(
-            {{qt(row.label), resolvedColor(row.color, palette)}, {qt(row.value), primary, true}});
+        values.push_back({{qtText(row.label), resolvedColor(row.color, palette)},
+                          {qtText(row.value), primary, true}});
     content.sections.push_back(std::move(values));
 
     std::vector<TooltipRow> processes;
     const QColor secondary = resolvedColor(DashboardColor::secondary, palette);
     for (const NetworkTooltipProcess& p : tooltip.networkProcesses) {
         processes.push_back({{QString::number(p.pid), secondary},
-                             {qt(p.name), primary},
-                             {qt(p.bytesIn), resolvedColor(DashboardColor::blue, palette)},
-                             {qt(p.bytesOut), resolvedColor(DashboardColor::cyan, palette)}});
+                             {qtText(p.name), primary},
+                             {qtText(p.bytesIn), resolvedColor(DashboardColor::blue, palette)},
+                             {qtText(p.bytesOut), resolvedColor(DashboardColor::cyan, palette)}});
     }
     for (const DiskTooltipProcess& p : tooltip.diskProcesses) {
         processes.push_back({{QString::number(p.pid), secondary},
-                             {qt(p.name), primary},
-                             {qt(p.read), resolvedColor(DashboardColor::green, palette)},
-                             {qt(p.write), resolvedColor(DashboardColor::orange, palette)}});
+                             {qtText(p.name), primary},
+                             {qtText(p.read), resolvedColor(DashboardColor::green, palette)},
+                             {qtText(p.write), resolvedColor(DashboardColor::orange, palette)}});
     }
     for (TooltipRow& row : processRows(tooltip.processes, palette))
         processes.push_back(std::move(row));
@@ -112,8 +109,8 @@ TooltipContent tooltipContent(const LineTooltip& tooltip, const QPalette& palett
 }
 
 TooltipContent tooltipContent(const PointTooltip& tooltip, const QPalette& palette) {
-    return {.time = qt(tooltip.time),
-            .sections = {{{{qt(tooltip.value), resolvedColor(tooltip.color, palette), true}}}},
+    return {.time = qtText(tooltip.time),
+            .sections = {{{{qtText(tooltip.value), resolvedColor(tooltip.color, palette), true}}}},
             .isLinked = tooltip.isLinked};
 }
 

@@ -7,15 +7,12 @@
 #include "gui/dashboard/charts/multi_series_line_chart_view.h"
 #include "gui/dashboard/charts/simple_chart_view.h"
 #include "gui/dashboard/charts/step_chart_view.h"
+#include "gui/settings/qt_text.h"
 
 namespace ostrel {
 namespace {
 
 constexpr int kColumns = 2;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 DashboardChartView* makeChart(const ChartDefinition& definition) {
     switch (definition.kind) {
@@ -80,8 +77,8 @@ DashboardChartsSection::DashboardChartsSection(DashboardViewModel& model, QWidge
     int cell = 0;
     for (const ChartDefinition& definition : dashboardCharts()) {
         DashboardChartView* chart = makeChart(definition);
-        auto* card =
-            new ChartCard(qt(definition.title), qt(definition.helpText), chart, kChartHeight, this);
+        auto* card = new ChartCard(qtText(definition.title), qtText(definition.helpText), chart,
+                                   kChartHeight, this);
         binding_.bind(chart);
         cards_.push_back(card);
         // The CPU chart, with the processes of each moment, has the whole first row.
@@ -105,7 +102,7 @@ void DashboardChartsSection::refresh() {
     const auto& definitions = dashboardCharts();
     for (size_t i = 0; i < definitions.size(); ++i) {
         showSeries(*cards_[i]->chart(), definitions[i], model_);
-        cards_[i]->setSubtitle(qt(chartSubtitle(definitions[i], model_.cached())));
+        cards_[i]->setSubtitle(qtText(chartSubtitle(definitions[i], model_.cached())));
     }
 }
 
