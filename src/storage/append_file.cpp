@@ -26,7 +26,7 @@ tl::expected<AppendFile, std::error_code> AppendFile::open(const std::filesystem
         ::close(fd);
         return tl::unexpected(error);
     }
-    AppendFile file(fd, info.st_dev, info.st_ino);
+    AppendFile file(fd, info.st_dev, info.st_ino, path);
     // Files made before they were private become private at their next write.
     if ((info.st_mode & 07777) != kFileMode) (void)::fchmod(fd, kFileMode);
     if (auto ended = file.endTornLine(info.st_size); !ended) return tl::unexpected(ended.error());
@@ -48,7 +48,11 @@ tl::expected<void, std::error_code> AppendFile::endTornLine(off_t size) {
 }
 
 AppendFile::AppendFile(AppendFile&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)), device_(other.device_), inode_(other.inode_) {}
+    : fd_(std::exchange(other.fd_, -1)),
+      device_(other.device_),
+      inode_(other.inode_),
+      path_(std::move(other.path_)),
+      nameWatch_(std::move(other.nameWatch_)) {}
 
 AppendFile& AppendFile::operator=(AppendFile&& other) noexcept {
     if (this != &other) {
@@ -56,6 +60,8 @@ AppendFile& AppendFile::operator=(AppendFile&& other) noexcept {
         fd_ = std::exchange(other.fd_, -1);
         device_ = other.device_;
         inode_ = other.inode_;
+        path_ = std::move(other.path_);
+        nameWatch_ = std::move(other.nameWatch_);
     }
     return *this;
 }
@@ -98,7 +104,12 @@ std::optional<uint64_t> AppendFile::size() const {
     return static_cast<uint64_t>(info.st_size);
 }
 
-bool AppendFile::isFileAt(const std::filesystem::path& path) const {
+bool AppendFile::isFileAt(const std::filesystem::path& path) {
+    if (path == path_) {
+        // Set before the look-up below, so that a change after it is told at the next check.
+        if (!nameWatch_) nameWatch_.emplace(path_);
+        if (!nameWatch_->mayHaveMoved()) return true;
+    }
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0) return false;
     return info.st_dev == device_ && info.st_ino == inode_;

@@ -8,6 +8,9 @@
 #include <string_view>
 #include <system_error>
 #include <tl/expected.hpp>
+#include <utility>
+
+#include "platform/path_watch.h"
 
 namespace ostrel {
 
@@ -31,11 +34,13 @@ class AppendFile {
     // The file's size now; absent if it cannot be looked at.
     std::optional<uint64_t> size() const;
     // Whether `path` still names the file this handle writes: false once it was deleted or
-    // replaced from outside, or cannot be looked at.
-    bool isFileAt(const std::filesystem::path& path) const;
+    // replaced from outside, or cannot be looked at. The name it was opened at is watched from
+    // the first check on, and looked up again only after a change on the way to it.
+    bool isFileAt(const std::filesystem::path& path);
 
   private:
-    AppendFile(int fd, dev_t device, ino_t inode) : fd_(fd), device_(device), inode_(inode) {}
+    AppendFile(int fd, dev_t device, ino_t inode, std::filesystem::path path)
+        : fd_(fd), device_(device), inode_(inode), path_(std::move(path)) {}
     void close();
     // Writes a line feed if the file of `size` bytes does not end in one.
     tl::expected<void, std::error_code> endTornLine(off_t size);
@@ -43,6 +48,8 @@ class AppendFile {
     int fd_ = -1;
     dev_t device_ = 0;
     ino_t inode_ = 0;
+    std::filesystem::path path_;          // where it was opened
+    std::optional<PathWatch> nameWatch_;  // made at the first check, not for every file
 };
 
 }  // namespace ostrel

@@ -87,6 +87,13 @@ TEST_F(StorageWrite, HandleFollowsRotationAndChangesFromOutside) {
     ASSERT_TRUE(make(hourly).save(sample("a", 7)));
     EXPECT_EQ(testing::hosts(*MetricsStorage::loadMetricsFromFile(eleven)),
               (std::vector<std::string>{"a-3", "a-4", "a-5", "a-6", "a-7"}));
+    // A folder on the way renamed from outside: the next line goes to a new file at the name.
+    ASSERT_TRUE(storage.save(sample("a", 8)));
+    std::filesystem::rename(dir / "data", dir / "moved");
+    ASSERT_TRUE(storage.save(sample("a", 9)));
+    EXPECT_EQ(testing::hosts(*MetricsStorage::loadMetricsFromFile(eleven)),
+              (std::vector<std::string>{"a-9"}));
+    EXPECT_EQ(linesOf(dir / "moved/metrics" / eleven.filename()).size(), 6u);
 }
 
 // Samples skipped while storage is off, failed samples and events do not count.
