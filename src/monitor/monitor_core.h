@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "alerts/alert_manager.h"
@@ -22,13 +24,25 @@ struct PerformanceMonitor::Core {
           collector(std::move(aggregator)),
           storage(std::move(store)) {}
 
-    MonitorConfig configCopy() const {
+    // The settings as one unchanging whole, replaced on every change: a sample keeps the one
+    // it began with at the price of a reference count, not a copy of every string in it.
+    std::shared_ptr<const MonitorConfig> configSnapshot() const {
         std::lock_guard lock(configLock);
         return config;
     }
+    MonitorConfig configCopy() const { return *configSnapshot(); }
     void setConfig(MonitorConfig newConfig) {
+        auto replacement = std::make_shared<const MonitorConfig>(std::move(newConfig));
         std::lock_guard lock(configLock);
-        config = std::move(newConfig);
+        config = std::move(replacement);
+    }
+    // One change made whole under the lock, so that no other change in between is lost.
+    template <class Change>
+    void changeConfig(Change&& change) {
+        std::lock_guard lock(configLock);
+        MonitorConfig changed = *config;
+        std::forward<Change>(change)(changed);
+        config = std::make_shared<const MonitorConfig>(std::move(changed));
     }
     std::vector<std::string> pinsCopy() const {
         std::lock_guard lock(pinnedLock);
@@ -55,7 +69,7 @@ struct PerformanceMonitor::Core {
 
     // Each guards the field below it; held for a copy or an assignment only, never together.
     mutable std::mutex configLock;
-    MonitorConfig config;
+    std::shared_ptr<const MonitorConfig> config = std::make_shared<const MonitorConfig>();
     mutable std::mutex pinnedLock;
     std::vector<std::string> pins;
 };

@@ -98,11 +98,10 @@ void PerformanceMonitor::configureDurationLimit() {
 }
 
 void PerformanceMonitor::configureDurationLimitFromCLI(int64_t minutes) {
-    {
-        std::lock_guard lock(core_->configLock);
-        core_->config.captureDurationMinutes =
+    core_->changeConfig([minutes](MonitorConfig& config) {
+        config.captureDurationMinutes =
             std::clamp<int64_t>(minutes, 0, setting_limits::kMaxCaptureDurationMinutes);
-    }
+    });
     configureDurationLimit();
 }
 

@@ -207,7 +207,9 @@ void PerformanceMonitor::startCollectionTimer() {
     // Fired on the collection queue itself: a sample wakes no other thread before it lands.
     collectionTimer_ = makeTimer(
         *collectionQueue_, interval, interval, 100ms, [core = core_, weak = weak_from_this()] {
-            if (!weak.expired()) collectSample(core, core->configCopy(), core->pinsCopy(), weak);
+            if (!weak.expired()) {
+                collectSample(core, core->configSnapshot(), core->pinsCopy(), weak);
+            }
         });
 }
 
@@ -218,7 +220,7 @@ void PerformanceMonitor::collectAndStore() {
 void PerformanceMonitor::beginSample(const std::shared_ptr<Core>& core,
                                      SerialQueue& collectionQueue, Weak weak) {
     // Settings changed after this point do not reach the sample.
-    MonitorConfig config = core->configCopy();
+    std::shared_ptr<const MonitorConfig> config = core->configSnapshot();
     std::vector<std::string> pins = core->pinsCopy();
     collectionQueue.async([core, config = std::move(config), pins = std::move(pins),
                            weak = std::move(weak)]() mutable {
@@ -226,16 +228,17 @@ void PerformanceMonitor::beginSample(const std::shared_ptr<Core>& core,
     });
 }
 
-void PerformanceMonitor::collectSample(const std::shared_ptr<Core>& core, MonitorConfig config,
+void PerformanceMonitor::collectSample(const std::shared_ptr<Core>& core,
+                                       std::shared_ptr<const MonitorConfig> config,
                                        const std::vector<std::string>& pins, Weak weak) {
-    SystemMetrics metrics = core->collector->collectAll(config, true);
+    SystemMetrics metrics = core->collector->collectAll(*config, true);
     std::vector<WatchedProcessMetrics> watched =
-        core->aggregateWatched(pins, config.watchedProcesses);
+        core->aggregateWatched(pins, config->watchedProcesses);
     core->dispatcher.mainQueue().async([core, weak = std::move(weak), metrics = std::move(metrics),
                                         watched = std::move(watched),
                                         config = std::move(config)]() mutable {
         if (auto self = weak.lock())
-            self->landSample(*core, std::move(metrics), std::move(watched), config);
+            self->landSample(*core, std::move(metrics), std::move(watched), *config);
     });
 }
 

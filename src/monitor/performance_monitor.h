@@ -170,7 +170,8 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     // collection queue, starts at the second.
     static void beginSample(const std::shared_ptr<Core>& core, SerialQueue& collectionQueue,
                             Weak weak);
-    static void collectSample(const std::shared_ptr<Core>& core, MonitorConfig config,
+    static void collectSample(const std::shared_ptr<Core>& core,
+                              std::shared_ptr<const MonitorConfig> config,
                               const std::vector<std::string>& pins, Weak weak);
     void landSample(Core& core, SystemMetrics metrics, std::vector<WatchedProcessMetrics> watched,
                     const MonitorConfig& config);
