@@ -1,10 +1,10 @@
 #include "platform/linux/file_change_watch.h"
 
 #include <sys/inotify.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
+#include <utility>
+
+#include "platform/linux/inotify_events.h"
 
 namespace ostrel {
 
@@ -32,22 +32,17 @@ bool FileChangeWatch::mayHaveChanged() {
     std::lock_guard guard(lock_);
     bool changed = !std::exchange(looked_, true);
     if (!inotify_) return true;
-    alignas(inotify_event) char buffer[4096];
-    while (true) {
-        const ssize_t count = ::read(inotify_.get(), buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;  // EAGAIN: nothing more has happened
-        for (ssize_t offset = 0; offset < count;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
-            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            // A lost event may have been this file's; a folder that went can tell no more.
-            if (event->mask & IN_Q_OVERFLOW) changed = true;
-            if (event->mask & kFolderGone) {
-                inotify_.reset();
-                return true;
-            }
-            if (event->len > 0 && name_ == event->name) changed = true;
-        }
+    bool gone = false;
+    readInotifyEvents(inotify_.get(), [&](const inotify_event& event) {
+        // A lost event may have been this file's; a folder that went can tell no more.
+        if (event.mask & IN_Q_OVERFLOW) changed = true;
+        gone = (event.mask & kFolderGone) != 0;
+        if (event.len > 0 && name_ == event.name) changed = true;
+        return !gone;
+    });
+    if (gone) {
+        inotify_.reset();
+        return true;
     }
     return changed;
 }

@@ -5,11 +5,11 @@
 #include <sys/stat.h>
 #include <sys/vfs.h>
 
-#include <cerrno>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "platform/linux/inotify_events.h"
 #include "platform/linux/unique_fd.h"
 
 namespace ostrel {
@@ -85,19 +85,14 @@ std::unique_ptr<PathWatch::Watches> PathWatch::Watches::make(const std::filesyst
 
 bool PathWatch::Watches::anyChange() {
     bool changed = false;
-    alignas(inotify_event) char buffer[4096];
-    while (!ended) {
-        const ssize_t count = ::read(inotify.get(), buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;  // EAGAIN: nothing more has happened
-        for (ssize_t offset = 0; offset < count;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
-            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            if (event->mask & kWatchEnded) ended = true;
+    if (!ended) {
+        readInotifyEvents(inotify.get(), [&](const inotify_event& event) {
+            ended = (event.mask & kWatchEnded) != 0;
             // Lost events may have been ours.
-            if (event->mask & (kSelfEvents | IN_Q_OVERFLOW)) changed = true;
-            if (event->len > 0 && leadsOn(event->wd, event->name)) changed = true;
-        }
+            if (event.mask & (kSelfEvents | IN_Q_OVERFLOW)) changed = true;
+            if (event.len > 0 && leadsOn(event.wd, event.name)) changed = true;
+            return !ended;
+        });
     }
     return changed || ended;
 }
