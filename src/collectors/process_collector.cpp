@@ -124,16 +124,17 @@ std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
 }
 
 ProcessMetrics ProcessCollector::collect() {
-    auto listed = listEntries();
+    // A failed list reads as an empty one: the count 0 and empty top lists, present, so that a
+    // sample still says the process figures were asked for. Kept for watched names, which
+    // share it rather than copy it.
+    const auto kept = std::make_shared<const std::vector<ProcessEntry>>(
+        listEntries().value_or(std::vector<ProcessEntry>{}));
     {
         std::lock_guard guard(processInfoCacheLock_);
-        lastCollectedProcessInfos_ = listed.value_or(std::vector<ProcessEntry>{});
+        lastCollectedProcessInfos_ = kept;
     }
-    // A failed list reads as an empty one: the count 0 and empty top lists, present, so that a
-    // sample still says the process figures were asked for.
+    const std::vector<ProcessEntry>& entries = *kept;
     ProcessMetrics metrics;
-    const std::vector<ProcessEntry> entries =
-        std::move(listed).value_or(std::vector<ProcessEntry>{});
     metrics.processCount = static_cast<int64_t>(entries.size());
 
     const auto top = [&](auto key, bool cpuFigure) {
@@ -290,12 +291,15 @@ WatchedProcessMetrics ProcessCollector::aggregateByExactName(const std::string& 
 }
 
 WatchedProcessMetrics ProcessCollector::aggregate(const std::string& pattern, bool byPrefix) {
-    std::vector<ProcessEntry> entries;
+    std::shared_ptr<const std::vector<ProcessEntry>> last;
     {
         std::lock_guard guard(processInfoCacheLock_);
-        entries = lastCollectedProcessInfos_;
+        last = lastCollectedProcessInfos_;
     }
-    if (entries.empty()) entries = collectProcessInfo();
+    if (!last || last->empty()) {
+        last = std::make_shared<const std::vector<ProcessEntry>>(collectProcessInfo());
+    }
+    const std::vector<ProcessEntry>& entries = *last;
 
     const std::string lowerPrefix = asciiLowered(pattern);
     WatchedProcessMetrics watched{.pattern = pattern};

@@ -102,7 +102,7 @@ class ProcessCollector {
     std::vector<ProcessDiskInfo> lastDiskStats_;
 
     mutable std::mutex processInfoCacheLock_;
-    std::vector<ProcessEntry> lastCollectedProcessInfos_;
+    std::shared_ptr<const std::vector<ProcessEntry>> lastCollectedProcessInfos_;
     std::optional<std::vector<int32_t>> lastListedPids_;
 
     SourceHealth processHealth_{"Process list"};
