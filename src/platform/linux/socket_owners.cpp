@@ -1,6 +1,7 @@
 #include "platform/linux/socket_owners.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace ostrel::procfs {
 
@@ -34,18 +35,29 @@ SocketOwnerCache::Plan SocketOwnerCache::plan(const std::vector<uint64_t>& socke
 void SocketOwnerCache::apply(const Plan& plan, const std::vector<Table>& tables,
                              const std::vector<uint64_t>& sockets, const std::vector<int32_t>& pids,
                              Duration now) {
-    const std::unordered_set<uint64_t> live(sockets.begin(), sockets.end());
-    const std::unordered_set<int32_t> alive(pids.begin(), pids.end());
+    // Sorted copies searched by halves: a node set would cost an allocation per process and
+    // per socket at every sample.
+    const auto sorted = [](auto values) {
+        std::sort(values.begin(), values.end());
+        return values;
+    };
+    const std::vector<uint64_t> live = sorted(sockets);
+    const std::vector<int32_t> alive = sorted(pids);
+    const auto isLive = [&](uint64_t inode) {
+        return std::binary_search(live.begin(), live.end(), inode);
+    };
+    const auto isAlive = [&](int32_t pid) {
+        return std::binary_search(alive.begin(), alive.end(), pid);
+    };
     for (const Table& table : tables) {
         for (const uint64_t inode : table.inodes) {
-            if (live.contains(inode)) owners_[inode] = table.pid;
+            if (isLive(inode)) owners_[inode] = table.pid;
         }
     }
     read_.insert(plan.pidsToRead.begin(), plan.pidsToRead.end());
-    std::erase_if(read_, [&](int32_t pid) { return !alive.contains(pid); });
-    std::erase_if(owners_, [&](const auto& entry) {
-        return !live.contains(entry.first) || !alive.contains(entry.second);
-    });
+    std::erase_if(read_, [&](int32_t pid) { return !isAlive(pid); });
+    std::erase_if(
+        owners_, [&](const auto& entry) { return !isLive(entry.first) || !isAlive(entry.second); });
     if (plan.full) {
         lastFull_ = now;
         unplaced_.clear();
@@ -53,7 +65,7 @@ void SocketOwnerCache::apply(const Plan& plan, const std::vector<Table>& tables,
             if (!owners_.contains(inode)) unplaced_.insert(inode);
         }
     } else {
-        std::erase_if(unplaced_, [&](uint64_t inode) { return !live.contains(inode); });
+        std::erase_if(unplaced_, [&](uint64_t inode) { return !isLive(inode); });
     }
     if (plan.owners || plan.full) lastOwners_ = now;
 }
