@@ -1,5 +1,6 @@
 #include "records/formatters.h"
 
+#include <array>
 #include <cmath>
 #include <ctime>
 
@@ -225,7 +226,12 @@ std::string logStamp(Date date) {
 }  // namespace Formatters
 
 double roundedTo(double value, int decimals) {
-    const double scale = std::pow(10.0, decimals);
+    // Every figure of every sample comes through here: the usual scales without pow, which
+    // gives the same exact powers of ten.
+    static constexpr std::array<double, 7> kScales{1, 10, 100, 1e3, 1e4, 1e5, 1e6};
+    const double scale = decimals >= 0 && decimals < static_cast<int>(kScales.size())
+                             ? kScales[static_cast<size_t>(decimals)]
+                             : std::pow(10.0, decimals);
     return std::round(value * scale) / scale;
 }
 
