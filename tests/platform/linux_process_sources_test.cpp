@@ -60,6 +60,7 @@ TEST(ProcIoText, StorageCountersSocketLinksAndSocketCounts) {
               (procfs::ProcIo{4096, 8192}));
     EXPECT_FALSE(procfs::parseProcIo("rchar: 9\nread_bytes: 1\n"));
     EXPECT_FALSE(procfs::parseProcIo("read_bytes: -1\nwrite_bytes: 2\n"));
+    EXPECT_FALSE(procfs::parseProcIo("read_bytes: 1\ncancelled_write_bytes: 5\n"));
 
     EXPECT_EQ(procfs::parsePssKiB("Rss:  2048 kB\nPss:   1536 kB\nPss_Anon: 1 kB\n"), 1536u);
     EXPECT_EQ(procfs::parseSocketInode("socket:[12345]"), 12345u);

@@ -98,22 +98,15 @@ std::optional<uint64_t> wiredBytes(const MeminfoValues& meminfo) {
 }
 
 VmstatCounters parseVmstat(std::string_view text) {
-    VmstatCounters counters;
-    std::string_view line;
-    while (nextLine(text, line)) {
-        std::string_view name, value;
-        if (!nextField(line, name) || !nextField(line, value)) continue;
-        if (name == "pgpgin") {
-            counters.pgpgin = parseNumber<uint64_t>(value);
-        } else if (name == "pgpgout") {
-            counters.pgpgout = parseNumber<uint64_t>(value);
-        } else if (name == "pswpin") {
-            counters.pswpin = parseNumber<uint64_t>(value);
-        } else if (name == "pswpout") {
-            counters.pswpout = parseNumber<uint64_t>(value);
-        }
-    }
-    return counters;
+    const auto counter = [&](std::string_view name) -> std::optional<uint64_t> {
+        const auto value = text_scan::lineValue(text, name, ' ');
+        if (!value) return std::nullopt;
+        return parseNumber<uint64_t>(text_scan::trim(*value));
+    };
+    return {.pgpgin = counter("pgpgin"),
+            .pgpgout = counter("pgpgout"),
+            .pswpin = counter("pswpin"),
+            .pswpout = counter("pswpout")};
 }
 
 std::optional<MemoryPressureStall> parsePressureMemory(std::string_view text) {

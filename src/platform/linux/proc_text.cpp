@@ -1,5 +1,7 @@
 #include "platform/linux/proc_text.h"
 
+#include <string.h>
+
 #include <array>
 
 #include "platform/linux/text_scan.h"
@@ -10,28 +12,25 @@ namespace {
 
 using text_scan::parseNumber;
 
-// The value of a "key: value" line, without the spaces before it.
+// The value of the first "key: value" line, without the spaces before it.
 std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
-    std::string_view line;
-    while (text_scan::nextLine(text, line)) {
-        if (line.size() > key.size() && line.starts_with(key) && line[key.size()] == ':') {
-            const std::string_view value = line.substr(key.size() + 1);
-            const size_t begin = value.find_first_not_of(' ');
-            if (begin == std::string_view::npos) return std::nullopt;
-            return value.substr(begin);
-        }
-    }
-    return std::nullopt;
+    const auto value = text_scan::lineValue(text, key, ':');
+    if (!value) return std::nullopt;
+    const size_t begin = value->find_first_not_of(' ');
+    if (begin == std::string_view::npos) return std::nullopt;
+    return value->substr(begin);
 }
 
 }  // namespace
 
 std::optional<ProcStat> parseProcStat(std::string_view text) {
     const size_t open = text.find('(');
-    const size_t close = text.rfind(')');
-    if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
-        return std::nullopt;
-    }
+    // The name may hold ')' itself, the fields after it never: the last one ends the name.
+    // memrchr, as the character loop of rfind costs more than the rest of the line's parse.
+    const void* last = ::memrchr(text.data(), ')', text.size());
+    if (open == std::string_view::npos || !last) return std::nullopt;
+    const auto close = static_cast<size_t>(static_cast<const char*>(last) - text.data());
+    if (close < open) return std::nullopt;
     ProcStat stat;
     const auto pid = parseNumber<int32_t>(text_scan::trim(text.substr(0, open)));
     if (!pid) return std::nullopt;

@@ -51,6 +51,21 @@ inline bool nextField(std::string_view& text, std::string_view& field) {
     return true;
 }
 
+// The rest of the first line that starts with `key` and `separator`. Found by a search for the
+// key rather than line by line: some of these files are read for every process.
+inline std::optional<std::string_view> lineValue(std::string_view text, std::string_view key,
+                                                 char separator) {
+    for (size_t at = text.find(key); at != std::string_view::npos; at = text.find(key, at + 1)) {
+        const size_t after = at + key.size();
+        if ((at > 0 && text[at - 1] != '\n') || after >= text.size() || text[after] != separator) {
+            continue;
+        }
+        const std::string_view value = text.substr(after + 1);
+        return value.substr(0, value.find('\n'));
+    }
+    return std::nullopt;
+}
+
 // The whole field as a number of the type, or none: no "+", no "-" for an unsigned type, no
 // trailing text, no overflow. `base` applies to whole numbers.
 template <class Number>
