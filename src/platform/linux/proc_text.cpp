@@ -37,13 +37,19 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     stat.pid = *pid;
     stat.comm = text.substr(open + 1, close - open - 1);
 
-    // Fields after the name, numbered as in proc(5): 3 state, 4 ppid, 14 utime, 15 stime,
-    // 22 starttime, 24 rss.
+    // Fields after the name, one space apart as the kernel prints them, numbered as in proc(5):
+    // 3 state, 4 ppid, 14 utime, 15 stime, 22 starttime, 24 rss.
     constexpr size_t kLastNeeded = 24;
     std::array<std::string_view, kLastNeeded + 1> fields{};
-    std::string_view rest = text.substr(close + 1);
+    const char* at = text.data() + close + 1;
+    const char* const end = text.data() + text.size();
     for (size_t field = 3; field <= kLastNeeded; ++field) {
-        if (!text_scan::nextField(rest, fields[field])) return std::nullopt;
+        if (at == end || *at != ' ') return std::nullopt;
+        const char* const start = ++at;
+        while (at != end && *at != ' ' && *at != '\n')
+            ++at;
+        if (at == start) return std::nullopt;
+        fields[field] = {start, static_cast<size_t>(at - start)};
     }
     const auto ppid = parseNumber<int32_t>(fields[4]);
     const auto utime = parseNumber<uint64_t>(fields[14]);
