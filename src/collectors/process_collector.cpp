@@ -97,21 +97,21 @@ std::optional<std::vector<ProcessEntry>> ProcessCollector::listEntries() {
     });
     const auto cpu = cpuTracker_->percentages(*table);
 
-    const std::unordered_map<int32_t, double> memoryCache = memory_->figures();
+    const auto refined = memory_->figures();
 
     std::vector<ProcessEntry> entries;
     entries.reserve(table->processes.size());
     for (size_t i = 0; i < table->processes.size(); ++i) {
         ProcessReading& reading = table->processes[i];
         cleanProcessName(reading.name);
-        const auto cached = memoryCache.find(reading.pid);
+        const auto cached = refined->find(reading.pid);
         entries.push_back({
             .pid = reading.pid,
             .ppid = reading.ppid,
             .name = std::move(reading.name),
             .cpuPercent = roundedTo(cpu[i].value_or(0.0), 1),
             .memoryMB = roundedTo(
-                cached != memoryCache.end() ? cached->second : mebibytes(reading.residentBytes), 1),
+                cached != refined->end() ? cached->second : mebibytes(reading.residentBytes), 1),
             .user = std::move(reading.user),
         });
     }

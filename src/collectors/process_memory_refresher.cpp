@@ -58,7 +58,7 @@ void ProcessMemoryRefresher::setInterval(int seconds) {
     interval_ = secondsOf(std::max(seconds, 1));
 }
 
-std::unordered_map<int32_t, double> ProcessMemoryRefresher::figures() {
+std::shared_ptr<const ProcessMemoryRefresher::Figures> ProcessMemoryRefresher::figures() {
     std::lock_guard guard(figuresLock_);
     return figures_;
 }
@@ -95,8 +95,9 @@ void ProcessMemoryRefresher::refresh() {
     health_.note(refined);
     {
         // A failed read empties the figures: resident sizes hold until the next good one.
+        auto kept = std::make_shared<const Figures>(refined ? std::move(*refined) : Figures{});
         std::lock_guard guard(figuresLock_);
-        figures_ = refined ? std::move(*refined) : std::unordered_map<int32_t, double>{};
+        figures_ = std::move(kept);
     }
     std::lock_guard guard(candidatesLock_);
     refreshing_ = false;

@@ -37,8 +37,10 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
     // The least time between two refinements, in seconds (at least 1).
     void setInterval(int seconds);
 
-    // The figures of the last refinement by pid; empty after a failed one.
-    std::unordered_map<int32_t, double> figures();
+    using Figures = std::unordered_map<int32_t, double>;
+    // The figures of the last refinement by pid, shared rather than copied at every sample;
+    // empty after a failed one.
+    std::shared_ptr<const Figures> figures();
     // The processes to refine, largest first, from a sample's list; starts a refinement when
     // due.
     void setCandidates(std::vector<MemoryCandidate> candidates);
@@ -52,7 +54,7 @@ class ProcessMemoryRefresher : public std::enable_shared_from_this<ProcessMemory
     SourceHealth health_{"Process memory refinement"};
 
     std::mutex figuresLock_;
-    std::unordered_map<int32_t, double> figures_;
+    std::shared_ptr<const Figures> figures_ = std::make_shared<const Figures>();
     // Guards the candidates and the schedule.
     std::mutex candidatesLock_;
     std::vector<MemoryCandidate> candidates_;
