@@ -18,14 +18,12 @@ class PathWatch {
     PathWatch(PathWatch&&) noexcept;
     PathWatch& operator=(PathWatch&&) noexcept;
 
-    const std::filesystem::path& path() const { return path_; }
     // True at the first look, so the caller checks once with the watch already in place, and
     // whenever something on the way may have changed since the last look.
     bool mayHaveMoved();
 
   private:
     struct Watches;
-    std::filesystem::path path_;
     std::unique_ptr<Watches> watches_;  // absent where the path cannot be watched
     bool looked_ = false;
 };

@@ -97,8 +97,7 @@ bool PathWatch::Watches::anyChange() {
     return changed || ended;
 }
 
-PathWatch::PathWatch(const std::filesystem::path& path)
-    : path_(path), watches_(Watches::make(path)) {}
+PathWatch::PathWatch(const std::filesystem::path& path) : watches_(Watches::make(path)) {}
 
 PathWatch::~PathWatch() = default;
 PathWatch::PathWatch(PathWatch&&) noexcept = default;
