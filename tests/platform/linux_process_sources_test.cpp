@@ -55,6 +55,10 @@ TEST(ProcStatText, FullNameFromTheCommandLineOnlyWhenTheKernelCutItShort) {
 }
 
 TEST(ProcIoText, StorageCountersSocketLinksAndSocketCounts) {
+    EXPECT_EQ(procfs::parseProcIo("rchar: 9\nwchar: 8\nsyscr: 1\nsyscw: 1\nread_bytes: 4096\n"
+                                  "write_bytes: 8192\ncancelled_write_bytes: 0\n"),
+              (procfs::ProcIo{4096, 8192}));
+    // Another order is found by key.
     EXPECT_EQ(procfs::parseProcIo("rchar: 9\nwchar: 8\nread_bytes: 4096\nwrite_bytes: 8192\n"
                                   "cancelled_write_bytes: 0\n"),
               (procfs::ProcIo{4096, 8192}));

@@ -2,8 +2,6 @@
 
 #include <string.h>
 
-#include <array>
-
 #include "platform/linux/text_scan.h"
 
 namespace ostrel::procfs {
@@ -11,6 +9,16 @@ namespace ostrel::procfs {
 namespace {
 
 using text_scan::parseNumber;
+
+// The value of a "key: value" line, without the spaces before it.
+std::optional<std::string_view> valueOfKey(std::string_view line, std::string_view key) {
+    if (!line.starts_with(key) || line.size() <= key.size() || line[key.size()] != ':') {
+        return std::nullopt;
+    }
+    const size_t begin = line.find_first_not_of(' ', key.size() + 1);
+    if (begin == std::string_view::npos) return std::nullopt;
+    return line.substr(begin);
+}
 
 // The value of the first "key: value" line, without the spaces before it.
 std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
@@ -38,25 +46,44 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     stat.comm = text.substr(open + 1, close - open - 1);
 
     // Fields after the name, one space apart as the kernel prints them, numbered as in proc(5):
-    // 3 state, 4 ppid, 14 utime, 15 stime, 22 starttime, 24 rss.
-    constexpr size_t kLastNeeded = 24;
-    std::array<std::string_view, kLastNeeded + 1> fields{};
+    // 4 ppid, 14 utime, 15 stime, 22 starttime, 24 rss. Only these are kept: the scan runs for
+    // every process at every sample. The line ends long after them, so only spaces end a field.
+    std::string_view ppidField, utimeField, stimeField, startField, rssField;
     const char* at = text.data() + close + 1;
     const char* const end = text.data() + text.size();
-    for (size_t field = 3; field <= kLastNeeded; ++field) {
+    for (size_t field = 3; field <= 24; ++field) {
         if (at == end || *at != ' ') return std::nullopt;
         const char* const start = ++at;
-        while (at != end && *at != ' ' && *at != '\n')
+        while (at != end && *at != ' ')
             ++at;
         if (at == start) return std::nullopt;
-        fields[field] = {start, static_cast<size_t>(at - start)};
+        const std::string_view value{start, static_cast<size_t>(at - start)};
+        switch (field) {
+            case 4:
+                ppidField = value;
+                break;
+            case 14:
+                utimeField = value;
+                break;
+            case 15:
+                stimeField = value;
+                break;
+            case 22:
+                startField = value;
+                break;
+            case 24:
+                rssField = value;
+                break;
+            default:
+                break;
+        }
     }
-    const auto ppid = parseNumber<int32_t>(fields[4]);
-    const auto utime = parseNumber<uint64_t>(fields[14]);
-    const auto stime = parseNumber<uint64_t>(fields[15]);
-    const auto startTime = parseNumber<uint64_t>(fields[22]);
+    const auto ppid = parseNumber<int32_t>(ppidField);
+    const auto utime = parseNumber<uint64_t>(utimeField);
+    const auto stime = parseNumber<uint64_t>(stimeField);
+    const auto startTime = parseNumber<uint64_t>(startField);
     // rss is signed in the kernel's format; a negative value is not a size.
-    const auto rss = parseNumber<int64_t>(fields[24]);
+    const auto rss = parseNumber<int64_t>(rssField);
     if (!ppid || !utime || !stime || !startTime || !rss || *rss < 0) return std::nullopt;
     stat.ppid = *ppid;
     stat.utime = *utime;
@@ -75,8 +102,19 @@ std::optional<double> parseUptimeSeconds(std::string_view text) {
 }
 
 std::optional<ProcIo> parseProcIo(std::string_view text) {
-    const auto read = valueOfLine(text, "read_bytes");
-    const auto write = valueOfLine(text, "write_bytes");
+    // The kernel prints the two counters as the fifth and sixth lines, and this file is read for
+    // every process at every sample: they are looked for there first, by key anywhere after.
+    std::string_view rest = text;
+    std::string_view line;
+    for (int skipped = 0; skipped < 4; ++skipped)
+        text_scan::nextLine(rest, line);
+    std::optional<std::string_view> read, write;
+    if (text_scan::nextLine(rest, line)) read = valueOfKey(line, "read_bytes");
+    if (read && text_scan::nextLine(rest, line)) write = valueOfKey(line, "write_bytes");
+    if (!read || !write) {
+        read = valueOfLine(text, "read_bytes");
+        write = valueOfLine(text, "write_bytes");
+    }
     if (!read || !write) return std::nullopt;
     const auto readBytes = parseNumber<uint64_t>(*read);
     const auto writeBytes = parseNumber<uint64_t>(*write);
