@@ -56,7 +56,7 @@ std::optional<DiskIOCounters> sumDiskstats(std::string_view text,
 LinuxDiskSource::LinuxDiskSource(std::string procRoot, std::string sysRoot, const Clock& clock,
                                  std::string volume)
     : diskstatsPath_(procRoot + "/diskstats"),
-      diskstats_(diskstatsPath_),
+      diskstats_(diskstatsPath_, KernelFile::Generated::inPages),
       blockRoot_(sysRoot + "/block"),
       volume_(std::move(volume)),
       disks_(clock, diskRediscovery) {}

@@ -9,7 +9,8 @@
 
 namespace ostrel {
 
-KernelFile::KernelFile(std::string path) : path_(std::move(path)) {}
+KernelFile::KernelFile(std::string path, Generated generated)
+    : path_(std::move(path)), generated_(generated) {}
 
 KernelFile::~KernelFile() {
     if (const int fd = fd_.load(); fd >= 0) ::close(fd);
@@ -28,8 +29,6 @@ tl::expected<int, ReadError> KernelFile::descriptor() {
 tl::expected<std::string_view, ReadError> KernelFile::read(std::span<char> buffer) {
     const auto fd = descriptor();
     if (!fd) return tl::unexpected(fd.error());
-    // A long file (/proc/diskstats, /proc/vmstat) may come in page-sized pieces, so a short read
-    // is not the end: reading goes on until the kernel has nothing more.
     size_t filled = 0;
     while (filled < buffer.size()) {
         const ssize_t got = ::pread(*fd, buffer.data() + filled, buffer.size() - filled,
@@ -40,6 +39,7 @@ tl::expected<std::string_view, ReadError> KernelFile::read(std::span<char> buffe
         }
         if (got == 0) break;
         filled += static_cast<size_t>(got);
+        if (generated_ == Generated::whole) break;
     }
     return std::string_view(buffer.data(), filled);
 }

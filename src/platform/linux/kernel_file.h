@@ -17,7 +17,12 @@ namespace ostrel {
 // (/proc, the CPU list), never for those of devices that come and go. Safe from any thread.
 class KernelFile {
   public:
-    explicit KernelFile(std::string path);
+    // How the kernel hands the text out: a file made whole at each read comes in one read, so
+    // a short one is its end; one made a line at a time (/proc/diskstats, /proc/vmstat) comes
+    // in page-sized pieces, read until the kernel has nothing more.
+    enum class Generated { whole, inPages };
+
+    explicit KernelFile(std::string path, Generated generated = Generated::whole);
     ~KernelFile();
     KernelFile(const KernelFile&) = delete;
     KernelFile& operator=(const KernelFile&) = delete;
@@ -30,6 +35,7 @@ class KernelFile {
     tl::expected<int, ReadError> descriptor();
 
     const std::string path_;
+    const Generated generated_;
     std::mutex openLock_;
     std::atomic<int> fd_{-1};
 };

@@ -98,9 +98,14 @@ std::optional<uint64_t> wiredBytes(const MeminfoValues& meminfo) {
 }
 
 VmstatCounters parseVmstat(std::string_view text) {
+    // The kernel prints the four one after another: each search starts where the last one
+    // ended, and from the top only where that finds nothing.
+    size_t from = 0;
     const auto counter = [&](std::string_view name) -> std::optional<uint64_t> {
-        const auto value = text_scan::lineValue(text, name, ' ');
+        auto value = text_scan::lineValue(text.substr(from), name, ' ');
+        if (!value) value = text_scan::lineValue(text, name, ' ');
         if (!value) return std::nullopt;
+        from = static_cast<size_t>(value->data() + value->size() - text.data());
         return parseNumber<uint64_t>(text_scan::trim(*value));
     };
     return {.pgpgin = counter("pgpgin"),
@@ -136,7 +141,7 @@ int64_t nextPressureLevel(int64_t current, double warningMeasure, double critica
 
 LinuxMemorySource::LinuxMemorySource(const std::string& procRoot)
     : meminfo_(procRoot + "/meminfo"),
-      vmstat_(procRoot + "/vmstat"),
+      vmstat_(procRoot + "/vmstat", KernelFile::Generated::inPages),
       pressure_(procRoot + "/pressure/memory"),
       pageSize_(static_cast<uint64_t>(::sysconf(_SC_PAGESIZE))) {}
 
