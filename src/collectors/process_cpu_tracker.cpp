@@ -1,5 +1,7 @@
 #include "collectors/process_cpu_tracker.h"
 
+#include <algorithm>
+
 #include "collectors/rate.h"
 
 namespace ostrel {
@@ -17,16 +19,21 @@ bool hasCounters(const ProcessReading& reading) {
 
 }  // namespace
 
+const ProcessCpuTracker::Baseline* ProcessCpuTracker::baselineOf(int32_t pid) const {
+    const auto found = std::lower_bound(
+        baselines_.begin(), baselines_.end(), pid,
+        [](const Baseline& baseline, int32_t wanted) { return baseline.pid < wanted; });
+    return found != baselines_.end() && found->pid == pid ? &*found : nullptr;
+}
+
 std::vector<std::optional<double>> ProcessCpuTracker::lastFigures(const ProcessTable& table) const {
     std::vector<std::optional<double>> result;
     result.reserve(table.processes.size());
     for (const ProcessReading& reading : table.processes) {
         std::optional<double> figure = reading.cpuPercent;
         if (!figure && hasCounters(reading)) {
-            const auto known = baselines_.find(reading.pid);
-            if (known != baselines_.end() && known->second.startTime == *reading.startTime) {
-                figure = known->second.lastPercent;
-            }
+            const Baseline* known = baselineOf(reading.pid);
+            if (known && known->startTime == *reading.startTime) figure = known->lastPercent;
         }
         result.push_back(figure);
     }
@@ -41,7 +48,7 @@ std::vector<std::optional<double>> ProcessCpuTracker::percentages(const ProcessT
     const Duration window = windowStart ? table.scanTime - *windowStart : Duration::zero();
     std::vector<std::optional<double>> result;
     result.reserve(table.processes.size());
-    std::unordered_map<int32_t, Baseline> next;
+    std::vector<Baseline> next;
     next.reserve(table.processes.size());
     for (const ProcessReading& reading : table.processes) {
         if (reading.cpuPercent || !hasCounters(reading)) {
@@ -52,10 +59,9 @@ std::vector<std::optional<double>> ProcessCpuTracker::percentages(const ProcessT
         const Duration startTime = *reading.startTime;
         std::optional<Duration> used;
         if (windowStart) {
-            const auto previous = baselines_.find(reading.pid);
-            if (previous != baselines_.end() && previous->second.startTime == startTime &&
-                cpuTime >= previous->second.cpuTime) {
-                used = cpuTime - previous->second.cpuTime;
+            const Baseline* previous = baselineOf(reading.pid);
+            if (previous && previous->startTime == startTime && cpuTime >= previous->cpuTime) {
+                used = cpuTime - previous->cpuTime;
             } else if (startTime >= *windowStart) {
                 // New since the last scan (a reused pid too): all its time falls in the window.
                 // Start and scan times are both in whole ticks, so one that started in the
@@ -67,8 +73,13 @@ std::vector<std::optional<double>> ProcessCpuTracker::percentages(const ProcessT
         }
         const std::optional<double> percent =
             used ? std::optional(percentOf(*used, window)) : std::nullopt;
-        next.emplace(reading.pid, Baseline{startTime, cpuTime, percent});
+        next.push_back({reading.pid, startTime, cpuTime, percent});
         result.push_back(percent);
+    }
+    // Tables come in pid order; a source that lists otherwise is put in order here.
+    const auto byPid = [](const Baseline& a, const Baseline& b) { return a.pid < b.pid; };
+    if (!std::is_sorted(next.begin(), next.end(), byPid)) {
+        std::stable_sort(next.begin(), next.end(), byPid);
     }
     baselines_ = std::move(next);
     scanTime_ = table.scanTime;

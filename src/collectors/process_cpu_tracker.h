@@ -2,7 +2,6 @@
 
 #include <mutex>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/process_source.h"
@@ -25,16 +24,19 @@ class ProcessCpuTracker {
 
   private:
     struct Baseline {
+        int32_t pid;
         Duration startTime;
         Duration cpuTime;
         std::optional<double> lastPercent;
     };
 
     std::vector<std::optional<double>> lastFigures(const ProcessTable& table) const;
+    const Baseline* baselineOf(int32_t pid) const;
 
     std::mutex lock_;
     std::optional<Duration> scanTime_;
-    std::unordered_map<int32_t, Baseline> baselines_;
+    // By pid: a sorted list rather than a map, as it is made anew at every scan.
+    std::vector<Baseline> baselines_;
 };
 
 }  // namespace ostrel
