@@ -179,11 +179,14 @@ void PerformanceMonitor::collectForAlertOnly(const std::shared_ptr<Core>& core,
 
 void PerformanceMonitor::updateStorageStatus() {
     MetricsStorage& storage = *core_->storage;
-    // One reading serves all three figures; the store caches it anyway.
-    const StorageHealth health = storage.getHealth();
-    storedRecordsCount.set(health.pendingRecords);
-    storageSizeMB.set(health.pendingSizeMB);
-    storageHealth.set(health);
+    // One reading serves all three figures. The store keeps it for a while: most samples find
+    // the one already shown, and announce nothing.
+    if (auto health = storage.healthSnapshot(); health != shownHealth_) {
+        storedRecordsCount.set(health->pendingRecords);
+        storageSizeMB.set(health->pendingSizeMB);
+        storageHealth.set(*health);
+        shownHealth_ = std::move(health);
+    }
     pendingUploadCount.set(storage.pendingUploadCount());
     rejectedUploadCount.set(storage.rejectedUploadCount());
 }

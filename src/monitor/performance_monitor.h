@@ -236,6 +236,8 @@ class PerformanceMonitor : public std::enable_shared_from_this<PerformanceMonito
     std::shared_ptr<PowerSource> powerSources_;
 
     std::optional<Date> lastMetricsTimestamp_;
+    // The store's reading behind the three storage figures now shown; main queue only.
+    std::shared_ptr<const StorageHealth> shownHealth_;
     bool popupOpen_ = false;
     std::shared_ptr<SplunkHECClient> hecClient_;
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -108,7 +109,10 @@ class MetricsStorage {
     void invalidateCache();
     void invalidateAllCaches();
     // Cheap figures from the folder's metadata and two slices of two files, cached 30 s.
-    StorageHealth getHealth();
+    StorageHealth getHealth() { return *healthSnapshot(); }
+    // The same, shared: one reading stands until the store makes the next (every 30 seconds),
+    // so a caller can tell an unchanged one by its address.
+    std::shared_ptr<const StorageHealth> healthSnapshot();
     static std::optional<std::string> getFirstTimestamp(const Path& file);
     static std::optional<std::string> getLastTimestamp(const Path& file);
     static int64_t countLines(const Path& file);
@@ -194,7 +198,7 @@ class MetricsStorage {
     // Guards the health cache only; never taken while fileHandleLock_ is held.
     std::mutex cacheLock_;
     struct CachedHealth {
-        StorageHealth health;
+        std::shared_ptr<const StorageHealth> health;
         Duration madeAt;  // monotonic
     };
     std::optional<CachedHealth> cachedHealth_;

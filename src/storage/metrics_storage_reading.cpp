@@ -183,7 +183,7 @@ void MetricsStorage::invalidateAllCaches() {
     cachedHealth_.reset();
 }
 
-StorageHealth MetricsStorage::getHealth() {
+std::shared_ptr<const StorageHealth> MetricsStorage::healthSnapshot() {
     {
         std::lock_guard lock(cacheLock_);
         if (cachedHealth_ &&
@@ -196,7 +196,7 @@ StorageHealth MetricsStorage::getHealth() {
     StorageHealth health;
     health.storageDirectory = metricsDirectory_.string();
     const auto listed = metricsFiles();
-    if (!listed) return health;
+    if (!listed) return std::make_shared<const StorageHealth>(std::move(health));
 
     health.totalFilesCount = static_cast<int64_t>(listed->size());
     uint64_t totalBytes = 0;
@@ -216,9 +216,10 @@ StorageHealth MetricsStorage::getHealth() {
         }
     }
 
+    auto made = std::make_shared<const StorageHealth>(std::move(health));
     std::lock_guard lock(cacheLock_);
-    cachedHealth_ = CachedHealth{health, clock_.monotonic()};
-    return health;
+    cachedHealth_ = CachedHealth{made, clock_.monotonic()};
+    return made;
 }
 
 std::optional<std::string> MetricsStorage::getFirstTimestamp(const Path& file) {
