@@ -10,23 +10,26 @@ namespace {
 
 using text_scan::parseNumber;
 
-// The value of a "key: value" line, without the spaces before it.
+// `value` without the spaces before it; none when nothing else is there.
+std::optional<std::string_view> withoutLeadingSpaces(std::string_view value) {
+    const size_t begin = value.find_first_not_of(' ');
+    if (begin == std::string_view::npos) return std::nullopt;
+    return value.substr(begin);
+}
+
+// The value of a "key: value" line.
 std::optional<std::string_view> valueOfKey(std::string_view line, std::string_view key) {
     if (!line.starts_with(key) || line.size() <= key.size() || line[key.size()] != ':') {
         return std::nullopt;
     }
-    const size_t begin = line.find_first_not_of(' ', key.size() + 1);
-    if (begin == std::string_view::npos) return std::nullopt;
-    return line.substr(begin);
+    return withoutLeadingSpaces(line.substr(key.size() + 1));
 }
 
-// The value of the first "key: value" line, without the spaces before it.
+// The value of the first "key: value" line.
 std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
     const auto value = text_scan::lineValue(text, key, ':');
     if (!value) return std::nullopt;
-    const size_t begin = value->find_first_not_of(' ');
-    if (begin == std::string_view::npos) return std::nullopt;
-    return value->substr(begin);
+    return withoutLeadingSpaces(*value);
 }
 
 }  // namespace
