@@ -165,9 +165,10 @@ class MetricsStorage {
     std::optional<Path> currentFileCopy() const;
     void pruneIfNeeded();
     void pruneOldestFiles(double targetMB);
-    void pruneByAge();
+    // `cutoff`: this time of day `retentionDays` calendar days before `now`; older files go.
+    void pruneByAge(Date now, Date cutoff, int64_t retentionDays);
     // Drops the oldest queue and refused files beyond the size and age limits.
-    void pruneUploadQueue();
+    void pruneUploadQueue(std::optional<Date> cutoff, int64_t maxStorageMB);
 
     template <class Event, class Decode>
     std::vector<Event> loadEvents(std::optional<std::string_view> day, Decode decode) const;

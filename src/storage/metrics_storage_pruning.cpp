@@ -1,6 +1,5 @@
 // Pruning of the metric files by size and by age, and the wipe of the whole store.
 #include <fmt/format.h>
-
 #include <time.h>
 
 #include <algorithm>
@@ -36,16 +35,21 @@ std::string decimal(double value) {
 }  // namespace
 
 void MetricsStorage::pruneIfNeeded() {
-    const MonitorConfig config = configCopy();
-    const double sizeMB = getHealth().pendingSizeMB;
-    if (sizeMB > static_cast<double>(config.maxStorageMB)) {
-        Logger::info(fmt::format("Storage size {:.1f}MB exceeds max {}MB, pruning", sizeMB,
-                                 config.maxStorageMB),
-                     Logger::Category::storage);
-        pruneOldestFiles(0.8 * static_cast<double>(config.maxStorageMB));
+    // Two settings and one cutoff serve the three checks: a copy of all the settings would
+    // cost more than the usual check itself.
+    const int64_t maxStorageMB = setting(&MonitorConfig::maxStorageMB);
+    const int64_t retentionDays = setting(&MonitorConfig::retentionDays);
+    const Date now = clock_.now();
+    const auto cutoff = calendarDaysBefore(now, retentionDays);
+    const double sizeMB = healthSnapshot()->pendingSizeMB;
+    if (sizeMB > static_cast<double>(maxStorageMB)) {
+        Logger::info(
+            fmt::format("Storage size {:.1f}MB exceeds max {}MB, pruning", sizeMB, maxStorageMB),
+            Logger::Category::storage);
+        pruneOldestFiles(0.8 * static_cast<double>(maxStorageMB));
     }
-    pruneByAge();
-    pruneUploadQueue();
+    if (cutoff) pruneByAge(now, *cutoff, retentionDays);
+    pruneUploadQueue(cutoff, maxStorageMB);
 }
 
 void MetricsStorage::pruneOldestFiles(double targetMB) {
@@ -53,7 +57,7 @@ void MetricsStorage::pruneOldestFiles(double targetMB) {
     if (!listed) return;
     const auto current = currentFileCopy();
     // Up to 30 s old: a little too much or too little may go.
-    double runningMB = getHealth().pendingSizeMB;
+    double runningMB = healthSnapshot()->pendingSizeMB;
     int64_t deleted = 0;
     for (const Path& file : *listed) {
         if (runningMB <= targetMB) break;
@@ -76,11 +80,7 @@ void MetricsStorage::pruneOldestFiles(double targetMB) {
     }
 }
 
-void MetricsStorage::pruneByAge() {
-    const int64_t retentionDays = setting(&MonitorConfig::retentionDays);
-    const Date now = clock_.now();
-    const auto cutoff = calendarDaysBefore(now, retentionDays);
-    if (!cutoff) return;
+void MetricsStorage::pruneByAge(Date now, Date cutoff, int64_t retentionDays) {
     // A file added, removed or renamed changes the folder's time; its oldest file tells when
     // the next one can expire.
     const auto folder = files::status(metricsDirectory_);
@@ -90,7 +90,7 @@ void MetricsStorage::pruneByAge() {
         last = std::exchange(lastAgeLook_, std::nullopt);
     }
     if (folder && last && last->folderModified == folder->modified &&
-        (!last->oldestKept || *last->oldestKept >= *cutoff)) {
+        (!last->oldestKept || *last->oldestKept >= cutoff)) {
         std::lock_guard lock(fileHandleLock_);
         lastAgeLook_ = last;
         return;
@@ -104,7 +104,7 @@ void MetricsStorage::pruneByAge() {
         if (file == current) continue;
         const auto status = files::status(file);
         if (!status) continue;
-        if (status->created >= *cutoff) {
+        if (status->created >= cutoff) {
             oldestKept = std::min(oldestKept.value_or(status->created), status->created);
             continue;
         }
@@ -124,10 +124,8 @@ void MetricsStorage::pruneByAge() {
     }
 }
 
-void MetricsStorage::pruneUploadQueue() {
-    const MonitorConfig config = configCopy();
-    const auto limitBytes = static_cast<uint64_t>(config.maxStorageMB) * 1024 * 1024;
-    const auto cutoff = calendarDaysBefore(clock_.now(), config.retentionDays);
+void MetricsStorage::pruneUploadQueue(std::optional<Date> cutoff, int64_t maxStorageMB) {
+    const auto limitBytes = static_cast<uint64_t>(maxStorageMB) * 1024 * 1024;
     // Oldest first, from the ledgers: the usual check costs one look at the oldest file, not a
     // listing of the queue. Names hold the time, so once the oldest is young enough and the
     // size fits, nothing else is due.
