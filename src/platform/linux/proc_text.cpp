@@ -106,7 +106,8 @@ std::optional<double> parseUptimeSeconds(std::string_view text) {
 
 std::optional<ProcIo> parseProcIo(std::string_view text) {
     // The kernel prints the two counters as the fifth and sixth lines, and this file is read for
-    // every process at every sample: they are looked for there first, by key anywhere after.
+    // every process at every sample: they are looked for there first, and searched for by key
+    // only where they are not there.
     std::string_view rest = text;
     std::string_view line;
     for (int skipped = 0; skipped < 4; ++skipped)
