@@ -10,26 +10,13 @@ namespace {
 
 using text_scan::parseNumber;
 
-// `value` without the spaces before it; none when nothing else is there.
-std::optional<std::string_view> withoutLeadingSpaces(std::string_view value) {
-    const size_t begin = value.find_first_not_of(' ');
-    if (begin == std::string_view::npos) return std::nullopt;
-    return value.substr(begin);
-}
-
-// The value of a "key: value" line.
-std::optional<std::string_view> valueOfKey(std::string_view line, std::string_view key) {
-    if (!line.starts_with(key) || line.size() <= key.size() || line[key.size()] != ':') {
-        return std::nullopt;
-    }
-    return withoutLeadingSpaces(line.substr(key.size() + 1));
-}
-
-// The value of the first "key: value" line.
+// The value of the first "key: value" line, without the spaces before it.
 std::optional<std::string_view> valueOfLine(std::string_view text, std::string_view key) {
     const auto value = text_scan::lineValue(text, key, ':');
     if (!value) return std::nullopt;
-    return withoutLeadingSpaces(*value);
+    const size_t begin = value->find_first_not_of(' ');
+    if (begin == std::string_view::npos) return std::nullopt;
+    return value->substr(begin);
 }
 
 }  // namespace
@@ -113,8 +100,8 @@ std::optional<ProcIo> parseProcIo(std::string_view text) {
     for (int skipped = 0; skipped < 4; ++skipped)
         text_scan::nextLine(rest, line);
     std::optional<std::string_view> read, write;
-    if (text_scan::nextLine(rest, line)) read = valueOfKey(line, "read_bytes");
-    if (read && text_scan::nextLine(rest, line)) write = valueOfKey(line, "write_bytes");
+    if (text_scan::nextLine(rest, line)) read = valueOfLine(line, "read_bytes");
+    if (read && text_scan::nextLine(rest, line)) write = valueOfLine(line, "write_bytes");
     if (!read || !write) {
         read = valueOfLine(text, "read_bytes");
         write = valueOfLine(text, "write_bytes");
