@@ -29,19 +29,7 @@ tl::expected<int, ReadError> KernelFile::descriptor() {
 tl::expected<std::string_view, ReadError> KernelFile::read(std::span<char> buffer) {
     const auto fd = descriptor();
     if (!fd) return tl::unexpected(fd.error());
-    size_t filled = 0;
-    while (filled < buffer.size()) {
-        const ssize_t got = ::pread(*fd, buffer.data() + filled, buffer.size() - filled,
-                                    static_cast<off_t>(filled));
-        if (got < 0) {
-            if (errno == EINTR) continue;
-            return tl::unexpected(procfs::readErrorFromErrno(errno));
-        }
-        if (got == 0) break;
-        filled += static_cast<size_t>(got);
-        if (generated_ == Generated::whole) break;
-    }
-    return std::string_view(buffer.data(), filled);
+    return procfs::preadAll(*fd, buffer, generated_ == Generated::inPages);
 }
 
 }  // namespace ostrel

@@ -14,9 +14,15 @@ namespace ostrel::procfs {
 
 namespace {
 
-// Kernel files come whole in one read when they fit: a short read is the end, and asking
-// again for it would cost another system call.
-tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffer) {
+// Scans to wait before a refused file is tried again, spread by pid so that the refused files
+// are not all read in one scan.
+uint32_t refusalPause(int32_t pid) {
+    return 4 + static_cast<uint32_t>(pid % 8);
+}
+
+}  // namespace
+
+tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffer, bool untilEnd) {
     size_t filled = 0;
     while (filled < buffer.size()) {
         const size_t wanted = buffer.size() - filled;
@@ -26,19 +32,12 @@ tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffe
             if (errno == EINTR) continue;
             return tl::unexpected(readErrorFromErrno(errno));
         }
+        if (count == 0) break;
         filled += static_cast<size_t>(count);
-        if (static_cast<size_t>(count) < wanted) break;
+        if (!untilEnd && static_cast<size_t>(count) < wanted) break;
     }
     return std::string_view(buffer.data(), filled);
 }
-
-// Scans to wait before a refused file is tried again, spread by pid so that the refused files
-// are not all read in one scan.
-uint32_t refusalPause(int32_t pid) {
-    return 4 + static_cast<uint32_t>(pid % 8);
-}
-
-}  // namespace
 
 FileDescriptor::~FileDescriptor() {
     if (fd_ >= 0) ::close(fd_);

@@ -61,6 +61,13 @@ class PidPath {
     char text_[64];
 };
 
+// The text of an open kernel file from its start, cut at the buffer's size. A file made whole
+// at each read comes in one read when it fits, so a short read is its end and asking again would
+// cost another system call; one made a line at a time comes in page-sized pieces and is read
+// `untilEnd`, until the kernel has nothing more.
+tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffer,
+                                                   bool untilEnd = false);
+
 // The file's text, cut at the buffer's size (enough for every file read this way).
 tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path,
                                                      std::span<char> buffer);
