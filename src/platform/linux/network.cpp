@@ -114,12 +114,13 @@ std::optional<std::string> LinuxNetworkSource::lookUpDefaultRoute() {
             if (auto name = interfaceName(**index)) return name;
         }
     }
-    // Without route netlink (a sandbox may refuse it) or a single-hop default, the text tables.
+    // Without route netlink (a sandbox may refuse it) or a single-hop default, the text tables:
+    // a line per route, handed out a page at a time, so read to the end.
     std::array<char, 16384> buffer;
-    if (const auto text = procfs::readFileAt(AT_FDCWD, routePath_.c_str(), buffer)) {
+    if (const auto text = procfs::readFileAt(AT_FDCWD, routePath_.c_str(), buffer, true)) {
         if (auto name = defaultRouteFromProcRoute(*text)) return name;
     }
-    if (const auto text = procfs::readFileAt(AT_FDCWD, ipv6RoutePath_.c_str(), buffer)) {
+    if (const auto text = procfs::readFileAt(AT_FDCWD, ipv6RoutePath_.c_str(), buffer, true)) {
         if (auto name = defaultRouteFromProcIpv6Route(*text)) return name;
     }
     return std::nullopt;

@@ -99,10 +99,10 @@ PidPath::PidPath(int32_t pid, std::string_view file) {
 }
 
 tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path,
-                                                     std::span<char> buffer) {
+                                                     std::span<char> buffer, bool untilEnd) {
     FileDescriptor file(::openat(dirfd, path, O_RDONLY | O_CLOEXEC));
     if (!file) return tl::unexpected(readErrorFromErrno(errno));
-    return preadAll(file.get(), buffer);
+    return preadAll(file.get(), buffer, untilEnd);
 }
 
 tl::expected<std::vector<int32_t>, ReadError> numericEntries(int dirfd, const char* path) {

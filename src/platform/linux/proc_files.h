@@ -68,9 +68,10 @@ class PidPath {
 tl::expected<std::string_view, ReadError> preadAll(int fd, std::span<char> buffer,
                                                    bool untilEnd = false);
 
-// The file's text, cut at the buffer's size (enough for every file read this way).
+// The file's text, cut at the buffer's size (enough for every file read this way); `untilEnd`
+// as for preadAll.
 tl::expected<std::string_view, ReadError> readFileAt(int dirfd, const char* path,
-                                                     std::span<char> buffer);
+                                                     std::span<char> buffer, bool untilEnd = false);
 
 // The numeric entries of the directory `path` below `dirfd` (the pids of /proc, the
 // descriptors of /proc/<pid>/fd).
