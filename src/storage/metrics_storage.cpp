@@ -108,15 +108,25 @@ tl::expected<void, StorageError> MetricsStorage::saveWatchedProcessEvent(
 
 const MetricsStorage::Path& MetricsStorage::currentMetricsFileURL() {
     // The zone afresh, so a change of zone shows in the next name.
-    reloadTimeZoneIfChanged();
+    const uint64_t zone = reloadTimeZoneIfChanged();
     const Date now = clock_.now();
-    std::string stamp = config_.rotationPolicy == "hourly" ? Formatters::hourlyRotation(now)
-                                                           : Formatters::dailyRotation(now);
+    const bool hourly = config_.rotationPolicy == "hourly";
+    // Local days and hours begin, and zones change their offset, on whole minutes: within the
+    // minute of the last name, in the same zone, the name holds.
+    const auto minute = std::chrono::floor<std::chrono::minutes>(now);
+    if (currentMetricsFile_ && minute == stampMinute_ && zone == stampZone_ &&
+        hourly == stampHourly_) {
+        return *currentMetricsFile_;
+    }
+    std::string stamp = hourly ? Formatters::hourlyRotation(now) : Formatters::dailyRotation(now);
     // The same stamp names the same file: the path is built once per file, not per line.
     if (!currentMetricsFile_ || stamp != currentStamp_) {
         currentMetricsFile_ = metricsDirectory_ / metric_lines::metricFileName(stamp);
         currentStamp_ = std::move(stamp);
     }
+    stampMinute_ = minute;
+    stampZone_ = zone;
+    stampHourly_ = hourly;
     return *currentMetricsFile_;
 }
 

@@ -184,6 +184,10 @@ class MetricsStorage {
     MonitorConfig config_;
     std::optional<Path> currentMetricsFile_;
     std::string currentStamp_;  // the rotation stamp that currentMetricsFile_ was named from
+    // When and how currentStamp_ was last worked out: the minute, the zone's load, the policy.
+    Date stampMinute_{};
+    uint64_t stampZone_ = 0;
+    bool stampHourly_ = false;
     std::optional<AppendFile> cachedFileHandle_;
     int saveCount_ = 0;
     std::optional<QueueLedgers> queueLedgers_;

@@ -2,17 +2,23 @@
 
 #include <time.h>
 
-#include <cstdlib>
+#include <atomic>
 
 #include "platform/linux/file_change_watch.h"
 
 namespace ostrel {
 
-void reloadTimeZoneIfChanged() {
-    // TZ names the zone by itself, and tzset compares the text without touching a file. Without
-    // it the zone is /etc/localtime, which tzset would look up on every call.
+uint64_t reloadTimeZoneIfChanged() {
+    // Without TZ the zone is /etc/localtime, which tzset would look up on every call. TZ names
+    // the zone by itself and cannot change from outside the process: a change of the file then
+    // costs a tzset that finds TZ as it was.
     static FileChangeWatch localtime("/etc/localtime");
-    if (std::getenv("TZ") || localtime.mayHaveChanged()) ::tzset();
+    static std::atomic<uint64_t> loads{0};
+    if (localtime.mayHaveChanged()) {
+        ::tzset();
+        return ++loads;
+    }
+    return loads;
 }
 
 }  // namespace ostrel
