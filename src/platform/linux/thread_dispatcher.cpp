@@ -1,13 +1,14 @@
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "platform/dispatcher.h"
 
@@ -27,28 +28,34 @@ struct TimerState {
     std::atomic<bool> live{true};
 };
 
-// Deadlines in order. A timer may fire early by up to its leeway, so that timers due close
-// together share one wake-up.
+// Deadlines in order, the earliest first; equal deadlines in the order they were added. A timer
+// may fire early by up to its leeway, so that timers due close together share one wake-up. A
+// handful of timers at most: a sorted list, whose entries are moved, not allocated, when a
+// repeating timer is rescheduled.
 class TimerSchedules {
   public:
     void add(SteadyTime deadline, std::shared_ptr<TimerState> timer) {
-        pending_.emplace(deadline, std::move(timer));
+        const auto after = std::upper_bound(
+            pending_.begin(), pending_.end(), deadline,
+            [](SteadyTime time, const Entry& entry) { return time < entry.first; });
+        pending_.emplace(after, deadline, std::move(timer));
     }
 
     // The next timer that is due at `now`, rescheduled first when it repeats; none when the
     // earliest live one lies ahead.
     std::shared_ptr<TimerState> takeDue(SteadyTime now) {
         while (!pending_.empty()) {
-            auto next = pending_.begin();
-            if (next->first - next->second->leeway > now) return nullptr;
-            auto [deadline, timer] = *next;
-            pending_.erase(next);
+            Entry& next = pending_.front();
+            if (next.first - next.second->leeway > now) return nullptr;
+            const SteadyTime deadline = next.first;
+            std::shared_ptr<TimerState> timer = std::move(next.second);
+            pending_.erase(pending_.begin());
             if (!timer->live) continue;
             if (timer->period) {
                 // Next deadline from the previous one, so a late firing does not shift the period.
                 auto following = deadline + *timer->period;
                 if (following <= now) following = now + *timer->period;
-                pending_.emplace(following, timer);
+                add(following, timer);
             }
             return timer;
         }
@@ -57,11 +64,12 @@ class TimerSchedules {
 
     std::optional<SteadyTime> nextDeadline() const {
         if (pending_.empty()) return std::nullopt;
-        return pending_.begin()->first;
+        return pending_.front().first;
     }
 
   private:
-    std::multimap<SteadyTime, std::shared_ptr<TimerState>> pending_;
+    using Entry = std::pair<SteadyTime, std::shared_ptr<TimerState>>;
+    std::vector<Entry> pending_;
 };
 
 // Tasks in posting order and the timers that fire on the queue, run by whoever calls
