@@ -123,23 +123,11 @@ class Wakeup {
 class TaskList {
   public:
     void push(Task task) {
-        bool wake = false;
-        {
-            std::lock_guard lock(mutex_);
-            tasks_.push_back(std::move(task));
-            wake = ready_.raise();
-        }
-        if (wake) ready_.wakeSleeper();
+        changeAndWake([&] { tasks_.push_back(std::move(task)); });
     }
 
     void schedule(SteadyTime deadline, std::shared_ptr<TimerState> timer) {
-        bool wake = false;
-        {
-            std::lock_guard lock(mutex_);
-            timers_.add(deadline, std::move(timer));
-            wake = ready_.raise();
-        }
-        if (wake) ready_.wakeSleeper();
+        changeAndWake([&] { timers_.add(deadline, std::move(timer)); });
     }
 
     void cancel(TimerState& timer) {
@@ -170,13 +158,7 @@ class TaskList {
     }
 
     void stop() {
-        bool wake = false;
-        {
-            std::lock_guard lock(mutex_);
-            stop_ = true;
-            wake = ready_.raise();
-        }
-        if (wake) ready_.wakeSleeper();
+        changeAndWake([this] { stop_ = true; });
     }
 
     void resume() {
@@ -185,6 +167,18 @@ class TaskList {
     }
 
   private:
+    // Makes a change under the lock, and wakes the thread if it sleeps, to look at it.
+    template <class Change>
+    void changeAndWake(Change change) {
+        bool wake = false;
+        {
+            std::lock_guard lock(mutex_);
+            change();
+            wake = ready_.raise();
+        }
+        if (wake) ready_.wakeSleeper();
+    }
+
     std::mutex mutex_;
     Wakeup ready_;
     std::deque<Task> tasks_;
